@@ -1,0 +1,11 @@
+# Warnings and sanitizers for this project's own targets; never part of what is installed.
+add_library(corvane_options INTERFACE)
+target_compile_options(corvane_options INTERFACE
+  -Wall -Wextra -Wpedantic $<$<BOOL:${LIBCORVANE_WERROR}>:-Werror>)
+
+if(LIBCORVANE_SANITIZE)
+  string(REPLACE ";" "," _sanitizers "${LIBCORVANE_SANITIZE}")
+  target_compile_options(corvane_options INTERFACE
+    -fsanitize=${_sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  target_link_options(corvane_options INTERFACE -fsanitize=${_sanitizers})
+endif()

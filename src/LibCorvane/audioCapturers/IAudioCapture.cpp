@@ -1,0 +1,6 @@
+#include "IAudioCapture.h"
+
+IAudioCapture::IAudioCapture(QObject *parent)
+    : QObject(parent)
+{
+}

@@ -1,0 +1,71 @@
+#include "LogCapture.h"
+
+#include <QMutex>
+#include <QStringList>
+
+namespace corvane::test {
+namespace {
+
+struct Store {
+    QMutex mutex;
+    QVector<LogLine> lines;
+};
+
+Store &store()
+{
+    static Store instance;
+    return instance;
+}
+
+void collect(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    const QMutexLocker lock(&store().mutex);
+    store().lines.append(
+        {type, QString::fromUtf8(context.category), QString::fromUtf8(context.function), message});
+}
+
+} // namespace
+
+LogCapture::LogCapture()
+    : m_previous(nullptr)
+{
+    clear();
+    m_previous = qInstallMessageHandler(collect);
+}
+
+LogCapture::~LogCapture()
+{
+    qInstallMessageHandler(m_previous);
+}
+
+QVector<LogLine> LogCapture::lines() const
+{
+    const QMutexLocker lock(&store().mutex);
+    return store().lines;
+}
+
+QStringList LogCapture::messages(QtMsgType type) const
+{
+    QStringList texts;
+    for (const LogLine &line : lines()) {
+        if (line.type == type)
+            texts.append(line.message);
+    }
+    return texts;
+}
+
+QStringList LogCapture::messages() const
+{
+    QStringList texts;
+    for (const LogLine &line : lines())
+        texts.append(line.message);
+    return texts;
+}
+
+void LogCapture::clear()
+{
+    const QMutexLocker lock(&store().mutex);
+    store().lines.clear();
+}
+
+} // namespace corvane::test
