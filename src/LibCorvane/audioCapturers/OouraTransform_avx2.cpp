@@ -1,0 +1,83 @@
+#include <LibCorvane/audioCapturers/OouraKernels_p.h>
+
+#include <immintrin.h>
+
+namespace audiofft::detail {
+namespace {
+
+struct FourLanes {
+    using Real = double __attribute__((vector_size(32)));
+    static constexpr std::size_t lanes = 4;
+
+    static Real broadcast(double x) noexcept { return _mm256_set1_pd(x); }
+    static Real load(const double *from) noexcept { return _mm256_loadu_pd(from); }
+    static void store(double *to, Real x) noexcept { _mm256_storeu_pd(to, x); }
+    static Real loadFloats(const float *from) noexcept
+    {
+        return _mm256_cvtps_pd(_mm_loadu_ps(from));
+    }
+    static void storeFloats(float *to, Real x) noexcept { _mm_storeu_ps(to, _mm256_cvtpd_ps(x)); }
+    static Real reversed(Real x) noexcept { return _mm256_permute4x64_pd(x, 0b00011011); }
+
+    static void loadPairs(const float *from, Real &first, Real &second) noexcept
+    {
+        const __m128 low = _mm_loadu_ps(from);
+        const __m128 high = _mm_loadu_ps(from + 4);
+        first = _mm256_cvtps_pd(_mm_shuffle_ps(low, high, 0b10001000));
+        second = _mm256_cvtps_pd(_mm_shuffle_ps(low, high, 0b11011101));
+    }
+
+    static void storePairs(float *to, Real first, Real second) noexcept
+    {
+        const __m128 x = _mm256_cvtpd_ps(first);
+        const __m128 y = _mm256_cvtpd_ps(second);
+        _mm_storeu_ps(to, _mm_unpacklo_ps(x, y));
+        _mm_storeu_ps(to + 4, _mm_unpackhi_ps(x, y));
+    }
+
+    static void transpose(Real &x0, Real &x1, Real &x2, Real &x3) noexcept
+    {
+        const __m256d even01 = _mm256_unpacklo_pd(x0, x1);
+        const __m256d odd01 = _mm256_unpackhi_pd(x0, x1);
+        const __m256d even23 = _mm256_unpacklo_pd(x2, x3);
+        const __m256d odd23 = _mm256_unpackhi_pd(x2, x3);
+        x0 = _mm256_permute2f128_pd(even01, even23, 0x20);
+        x1 = _mm256_permute2f128_pd(odd01, odd23, 0x20);
+        x2 = _mm256_permute2f128_pd(even01, even23, 0x31);
+        x3 = _mm256_permute2f128_pd(odd01, odd23, 0x31);
+    }
+
+    static void storeTransposed(double *to, std::size_t stride, Real x0, Real x1, Real x2,
+                                Real x3) noexcept
+    {
+        transpose(x0, x1, x2, x3);
+        store(to, x0);
+        store(to + 2 * stride, x1);
+        store(to + stride, x2);
+        store(to + 3 * stride, x3);
+    }
+
+    static void loadTransposed(const double *from, std::size_t stride, Real &x0, Real &x1, Real &x2,
+                               Real &x3) noexcept
+    {
+        x0 = load(from);
+        x1 = load(from + 2 * stride);
+        x2 = load(from + stride);
+        x3 = load(from + 3 * stride);
+        transpose(x0, x1, x2, x3);
+    }
+};
+
+} // namespace
+
+void avx2::rdft(const Workspace &work, const float *samples, Bins bins) noexcept
+{
+    forward<FourLanes>(work, samples, bins);
+}
+
+void avx2::rdft(const Workspace &work, ConstBins bins, float *samples) noexcept
+{
+    backward<FourLanes>(work, bins, samples);
+}
+
+} // namespace audiofft::detail
