@@ -16,8 +16,7 @@ struct LogLine {
 };
 
 /// Collects every line logged by any thread while it lives, instead of printing it. One at a time.
-class LogCapture
-{
+class LogCapture {
 public:
     LogCapture();
     ~LogCapture();

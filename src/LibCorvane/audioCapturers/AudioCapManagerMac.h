@@ -34,8 +34,7 @@
 /// \par Threads
 /// All operations belong to one thread, the one that called instance() first (the GUI thread).
 /// Nothing is locked. The capturers' signals arrive on that thread too.
-class LIBCORVANE_EXPORT AudioCapManagerMac : public QObject
-{
+class LIBCORVANE_EXPORT AudioCapManagerMac : public QObject {
     Q_OBJECT
 public:
     /// The single manager; the first call lists the devices. Never null, never deleted.
@@ -44,7 +43,8 @@ public:
     ~AudioCapManagerMac() override;
 
     /// Fills the registry from the system's input devices. Called once, on construction; of two
-    /// devices of one name the later one counts. Emits capturerReady() for each device.
+    /// devices of one name the later one counts; one without a name is left out. Emits
+    /// capturerReady() for each device.
     ///
     /// Logs a warning when there is no device, and an info line per device (which says that the
     /// device has started, although nothing is captured before acquireCapturer()).

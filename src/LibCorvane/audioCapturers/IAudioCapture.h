@@ -39,8 +39,7 @@ Q_DECLARE_TYPEINFO(SoundChannel, Q_MOVABLE_TYPE);
 /// Each concrete class says on which thread it emits. The arguments are implicitly shared values,
 /// so a queued connection costs no copy of the samples. "QVector<SoundChannel>" is registered with
 /// Qt's meta-type system before the first emission.
-class LIBCORVANE_EXPORT IAudioCapture : public QObject
-{
+class LIBCORVANE_EXPORT IAudioCapture : public QObject {
     Q_OBJECT
 public:
     /// \param parent the usual QObject owner, or null.

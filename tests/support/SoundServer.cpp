@@ -1,0 +1,93 @@
+#include "SoundServer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+namespace corvane::test {
+namespace {
+
+constexpr int kStartTimeoutMs = 20000;
+
+bool writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+} // namespace
+
+SoundServer::SoundServer(const QStringList &modules, const QString &alsaConfiguration)
+{
+    isolateProcess(alsaConfiguration);
+    start(modules);
+}
+
+SoundServer::~SoundServer()
+{
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.terminate();
+    if (!m_process.waitForFinished())
+        crash();
+}
+
+bool SoundServer::isRunning() const
+{
+    return m_process.state() == QProcess::Running && QFile::exists(path("native"));
+}
+
+void SoundServer::crash()
+{
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+QString SoundServer::log() const
+{
+    QFile file(path("log"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+}
+
+void SoundServer::isolateProcess(const QString &alsaConfiguration)
+{
+    writeFile(path("client.conf"), "autospawn = no\n");
+    if (!alsaConfiguration.isEmpty()) // Qt makes up a device from a configuration without any
+        writeFile(path("alsa.conf"), alsaConfiguration.toUtf8());
+    qputenv("HOME", path("").toLocal8Bit());
+    qputenv("XDG_RUNTIME_DIR", path("").toLocal8Bit());
+    qputenv("XDG_CONFIG_HOME", path("").toLocal8Bit());
+    qputenv("PULSE_CLIENTCONFIG", path("client.conf").toLocal8Bit());
+    qputenv("PULSE_COOKIE", path("cookie").toLocal8Bit());
+    qputenv("PULSE_SERVER", "unix:" + path("native").toLocal8Bit());
+    qputenv("ALSA_CONFIG_PATH", path("alsa.conf").toLocal8Bit());
+}
+
+void SoundServer::start(const QStringList &modules)
+{
+    QStringList arguments{"-n",
+                          "--daemonize=no",
+                          "--use-pid-file=no",
+                          "--exit-idle-time=-1",
+                          "--high-priority=no",
+                          "--realtime=no",
+                          "--log-target=newfile:" + path("log")};
+    for (const QString &module : modules)
+        arguments << "-L" << module;
+    // The socket comes last: once it is there, so are the devices.
+    arguments << "-L"
+              << "module-native-protocol-unix auth-anonymous=1 socket=" + path("native");
+    m_process.start("pulseaudio", arguments);
+    const auto settled = [this] {
+        return isRunning() || m_process.state() == QProcess::NotRunning;
+    };
+    if (!QTest::qWaitFor(settled, kStartTimeoutMs))
+        crash();
+}
+
+QString SoundServer::path(const QString &name) const
+{
+    return m_directory.filePath(name);
+}
+
+} // namespace corvane::test

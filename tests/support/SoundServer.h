@@ -1,0 +1,40 @@
+#ifndef CORVANE_TESTS_SOUNDSERVER_H
+#define CORVANE_TESTS_SOUNDSERVER_H
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+namespace corvane::test {
+
+/// A private PulseAudio server with chosen devices, the only sound system that this process (and
+/// the processes it starts) sees. Must be made before Qt first asks for audio devices.
+class SoundServer {
+public:
+    /// \param modules one line per device, as in the server's start-up script, for example
+    /// "module-sine-source source_name=tone frequency=440".
+    /// \param alsaConfiguration the whole ALSA configuration; empty means no ALSA devices.
+    explicit SoundServer(const QStringList &modules, const QString &alsaConfiguration = {});
+    ~SoundServer();
+    SoundServer(const SoundServer &) = delete;
+    SoundServer &operator=(const SoundServer &) = delete;
+
+    /// Whether the server answers; otherwise log() says why.
+    bool isRunning() const;
+    /// Ends the server as a crash would, with connections open.
+    void crash();
+    QString log() const;
+
+private:
+    void isolateProcess(const QString &alsaConfiguration);
+    void start(const QStringList &modules);
+    QString path(const QString &name) const;
+
+    QTemporaryDir m_directory;
+    QProcess m_process;
+};
+
+} // namespace corvane::test
+
+#endif
