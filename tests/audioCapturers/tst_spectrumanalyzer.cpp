@@ -1,0 +1,480 @@
+#include "SignalGenerator.h"
+
+#include <LibCorvane/audioCapturers/SpectrumAnalyzer.h>
+#include <support/LogCapture.h>
+
+#include <QTest>
+
+#include <fftw3.h>
+
+#include <array>
+#include <complex>
+#include <limits>
+#include <memory>
+
+extern "C" {
+#include <libavutil/channel_layout.h>
+#include <libavutil/samplefmt.h>
+#include <libswresample/swresample.h>
+}
+
+using namespace corvane::test;
+
+static_assert(!std::is_copy_constructible_v<SpectrumAnalyzer>);
+
+namespace {
+
+constexpr int kFrames = 2048;
+using Blocks = QVector<QVector<SoundChannel>>;
+
+Blocks analyse(SpectrumAnalyzer &analyzer, const QByteArray &bytes)
+{
+    return analyzer.handle(reinterpret_cast<const unsigned char *>(bytes.constData()),
+                           bytes.size());
+}
+
+QByteArray noiseOf(AVSampleFormat format, int samples)
+{
+    switch (format) {
+    case AV_SAMPLE_FMT_U8:
+        return noise<uint8_t>(samples, 1);
+    case AV_SAMPLE_FMT_S16:
+        return noise<int16_t>(samples, 2);
+    case AV_SAMPLE_FMT_S32:
+        return noise<int32_t>(samples, 3);
+    case AV_SAMPLE_FMT_S64:
+        return noise<int64_t>(samples, 4);
+    case AV_SAMPLE_FMT_FLT:
+        return noise<float>(samples, 5);
+    case AV_SAMPLE_FMT_DBL:
+        return noise<double>(samples, 6);
+    default:
+        return {};
+    }
+}
+
+struct FreeResampler {
+    void operator()(SwrContext *context) const { swr_free(&context); }
+};
+
+/// The reference: the whole stream as left and right, by a resampler of the test's own.
+std::array<std::vector<float>, 2> toStereo(const QByteArray &bytes, AVSampleFormat format, int rate,
+                                           uint64_t layout, int frames)
+{
+#if LIBSWRESAMPLE_VERSION_INT >= AV_VERSION_INT(4, 7, 100)
+    AVChannelLayout in = {};
+    AVChannelLayout out = {};
+    av_channel_layout_from_mask(&in, layout);
+    av_channel_layout_from_mask(&out, AV_CH_LAYOUT_STEREO);
+    SwrContext *raw = nullptr;
+    swr_alloc_set_opts2(&raw, &out, AV_SAMPLE_FMT_FLTP, rate, &in, format, rate, 0, nullptr);
+#else
+    SwrContext *raw = swr_alloc_set_opts(nullptr, AV_CH_LAYOUT_STEREO, AV_SAMPLE_FMT_FLTP, rate,
+                                         static_cast<int64_t>(layout), format, rate, 0, nullptr);
+#endif
+    const std::unique_ptr<SwrContext, FreeResampler> context(raw);
+    std::array<std::vector<float>, 2> stereo{std::vector<float>(size_t(frames)),
+                                             std::vector<float>(size_t(frames))};
+    if (!context || swr_init(context.get()) < 0)
+        return {};
+    uint8_t *planes[] = {reinterpret_cast<uint8_t *>(stereo[0].data()),
+                         reinterpret_cast<uint8_t *>(stereo[1].data())};
+    const auto *data = reinterpret_cast<const uint8_t *>(bytes.constData());
+    if (swr_convert(context.get(), planes, frames, &data, frames) != frames)
+        return {};
+    return stereo;
+}
+
+/// The reference: the spectrum of one windowed block in double precision, and ‖x·w‖₁.
+struct ReferenceBlock {
+    std::vector<std::complex<double>> bins;
+    double norm = 0.0;
+};
+
+ReferenceBlock transform(const float *samples)
+{
+    std::vector<double> windowed(kFrames);
+    ReferenceBlock block{std::vector<std::complex<double>>(kFrames / 2 + 1), 0.0};
+    for (int i = 0; i < kFrames; ++i) {
+        const double hann = 0.5 - 0.5 * std::cos(2.0 * M_PI * i / (kFrames - 1));
+        windowed[size_t(i)] = samples[i] * hann;
+        block.norm += std::abs(windowed[size_t(i)]);
+    }
+    fftw_plan plan =
+        fftw_plan_dft_r2c_1d(kFrames, windowed.data(),
+                             reinterpret_cast<fftw_complex *>(block.bins.data()), FFTW_ESTIMATE);
+    fftw_execute(plan);
+    fftw_destroy_plan(plan);
+    return block;
+}
+
+bool equal(const Blocks &a, const Blocks &b)
+{
+    const auto sameSpectrum = [](const Spectrum &x, const Spectrum &y) {
+        return x.frequency == y.frequency && x.amplitude == y.amplitude && x.decibel == y.decibel;
+    };
+    const auto sameChannel = [&](const SoundChannel &x, const SoundChannel &y) {
+        return x.channel == y.channel
+            && std::equal(x.spectrums.begin(), x.spectrums.end(), y.spectrums.begin(),
+                          y.spectrums.end(), sameSpectrum);
+    };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](const auto &x, const auto &y) {
+        return std::equal(x.begin(), x.end(), y.begin(), y.end(), sameChannel);
+    });
+}
+
+int loudestBin(const SoundChannel &channel)
+{
+    int loudest = 0;
+    for (int i = 0; i < channel.spectrums.size(); ++i) {
+        if (channel.spectrums[i].amplitude > channel.spectrums[loudest].amplitude)
+            loudest = i;
+    }
+    return loudest;
+}
+
+} // namespace
+
+class TestSpectrumAnalyzer : public QObject {
+    Q_OBJECT
+private slots:
+    void spectraAgreeWithReference_data();
+    void spectraAgreeWithReference();
+    void chunkSizeDoesNotMatter_data();
+    void chunkSizeDoesNotMatter();
+    void incompleteBlockWaitsForTheRest();
+    void threeBlocksAtOnceComeInStreamOrder();
+    void monoGivesTwoIdenticalChannels();
+    void bandAt44100Hz();
+    void bandAt48000Hz();
+    void rateBelowTheBandIsClamped_data();
+    void rateBelowTheBandIsClamped();
+    void silenceIsZeroAndMinusInfinity();
+    void strengthScalesAmplitudes();
+    void newFormatDropsThePartialBlock();
+    void formatMayChangeAtAnyTime();
+    void withoutFormatNothingIsReturnedOrLogged();
+    void badBytesAreIgnored();
+    void refusedFormats_data();
+    void refusedFormats();
+};
+
+void TestSpectrumAnalyzer::spectraAgreeWithReference_data()
+{
+    QTest::addColumn<int>("format");
+    QTest::addColumn<int>("rate");
+    QTest::addColumn<quint64>("layout");
+    QTest::addColumn<int>("channels");
+
+    const struct {
+        const char *name;
+        AVSampleFormat format;
+    } formats[] = {{"U8", AV_SAMPLE_FMT_U8},     {"S16", AV_SAMPLE_FMT_S16},
+                   {"S32", AV_SAMPLE_FMT_S32},   {"S64", AV_SAMPLE_FMT_S64},
+                   {"float", AV_SAMPLE_FMT_FLT}, {"double", AV_SAMPLE_FMT_DBL}};
+    const struct {
+        const char *name;
+        quint64 mask;
+        int channels;
+    } layouts[] = {
+        {"mono", AV_CH_LAYOUT_MONO, 1},   {"stereo", AV_CH_LAYOUT_STEREO, 2},
+        {"2.1", AV_CH_LAYOUT_2POINT1, 3}, {"5.1", AV_CH_LAYOUT_5POINT1, 6},
+        {"7.1", AV_CH_LAYOUT_7POINT1, 8}, {"hexadecagonal", AV_CH_LAYOUT_HEXADECAGONAL, 16}};
+    for (const auto &format : formats) {
+        for (const auto &layout : layouts) {
+            for (const int rate : {2000, 8000, 11025, 44100, 48000, 96000, 192000}) {
+                QTest::addRow("%s %s at %d Hz", format.name, layout.name, rate)
+                    << int(format.format) << rate << layout.mask << layout.channels;
+            }
+        }
+    }
+}
+
+void TestSpectrumAnalyzer::spectraAgreeWithReference()
+{
+    QFETCH(int, format);
+    QFETCH(int, rate);
+    QFETCH(quint64, layout);
+    QFETCH(int, channels);
+    const auto sampleFormat = static_cast<AVSampleFormat>(format);
+    const QByteArray bytes = noiseOf(sampleFormat, 2 * kFrames * channels);
+
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(format, rate, layout);
+    const Blocks blocks = analyse(analyzer, bytes);
+    QCOMPARE(blocks.size(), 2);
+
+    const auto stereo = toStereo(bytes, sampleFormat, rate, layout, 2 * kFrames);
+    QCOMPARE(stereo[0].size(), size_t(2 * kFrames));
+    const int low = 20 * kFrames / rate;
+    const int high = 1000 * kFrames / rate;
+    for (int block = 0; block < 2; ++block) {
+        QCOMPARE(blocks[block].size(), 2);
+        for (int c = 0; c < 2; ++c) {
+            const SoundChannel &channel = blocks[block][c];
+            QCOMPARE(channel.channel, quint64(c + 1));
+            QCOMPARE(channel.spectrums.size(), high - low);
+            const ReferenceBlock reference = transform(stereo[size_t(c)].data() + block * kFrames);
+            for (int b = low; b < high; ++b) {
+                const Spectrum &spectrum = channel.spectrums[b - low];
+                QCOMPARE(spectrum.frequency, float(b) / 1025.0F * float(rate));
+                // Each factor x·w is rounded to float, and so is w: at most 2⁻²³ of |x·w| each,
+                // which adds up to 2⁻²³·‖x·w‖₁ in a bin. re, im and the amplitude are rounded once
+                // more: 2⁻²³ of the amplitude. The double transform's own error is far below.
+                const double amplitude = std::abs(reference.bins[size_t(b)]);
+                const double bound = std::ldexp(1.01, -23) * (reference.norm + amplitude);
+                QVERIFY2(std::abs(spectrum.amplitude - amplitude) <= bound,
+                         qPrintable(QString("bin %1: %2 for %3")
+                                        .arg(b)
+                                        .arg(spectrum.amplitude)
+                                        .arg(amplitude)));
+                // The amplitude's rounding (2⁻²⁴) is 20 ÷ ln 10 · 2⁻²⁴ dB; then the text's own.
+                const double decibel = 20.0 * std::log10(double(spectrum.amplitude));
+                QVERIFY(std::abs(spectrum.decibel - decibel)
+                        <= std::ldexp(9.0 + std::abs(decibel), -24));
+            }
+        }
+    }
+}
+
+void TestSpectrumAnalyzer::chunkSizeDoesNotMatter_data()
+{
+    QTest::addColumn<int>("chunk");
+    constexpr int block = kFrames * 4;
+    for (const int chunk :
+         {1, 2, 3, 5, 7, 64, 1000, 2048, block - 1, block, block + 1, 2 * block, 3 * block})
+        QTest::addRow("%d bytes", chunk) << chunk;
+}
+
+void TestSpectrumAnalyzer::chunkSizeDoesNotMatter()
+{
+    QFETCH(int, chunk);
+    constexpr int block = kFrames * 4;
+    const QByteArray bytes = noise<int16_t>(7 * kFrames * 2 + 246, 11);
+
+    SpectrumAnalyzer whole;
+    whole.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    const Blocks expected = analyse(whole, bytes);
+    QCOMPARE(expected.size(), 7);
+
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    Blocks blocks;
+    for (int at = 0; at < bytes.size(); at += chunk) {
+        const QByteArray piece = bytes.mid(at, chunk);
+        const Blocks completed = analyse(analyzer, piece);
+        QCOMPARE(completed.size(), (at + piece.size()) / block - at / block);
+        blocks += completed;
+    }
+    QVERIFY(equal(blocks, expected));
+}
+
+void TestSpectrumAnalyzer::incompleteBlockWaitsForTheRest()
+{
+    const QByteArray bytes = stereoSine(kFrames, 44100, 440, 440);
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    QVERIFY(analyse(analyzer, bytes.left(bytes.size() - 1)).isEmpty());
+    QCOMPARE(analyse(analyzer, bytes.right(1)).size(), 1);
+    QVERIFY(analyse(analyzer, bytes.left(bytes.size() - 1)).isEmpty());
+}
+
+void TestSpectrumAnalyzer::threeBlocksAtOnceComeInStreamOrder()
+{
+    const QByteArray bytes = stereoSine(kFrames, 44100, 220, 880)
+        + stereoSine(kFrames, 44100, 440, 660) + stereoSine(kFrames, 44100, 880, 220);
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    const Blocks blocks = analyse(analyzer, bytes);
+    QCOMPARE(blocks.size(), 3);
+    const int expected[3][2] = {{10, 41}, {20, 31}, {41, 10}}; // round(Hz ÷ 44100 · 2048)
+    for (int block = 0; block < 3; ++block) {
+        QCOMPARE(blocks[block][0].channel, quint64(AV_CH_FRONT_LEFT));
+        QCOMPARE(blocks[block][1].channel, quint64(AV_CH_FRONT_RIGHT));
+        QCOMPARE(loudestBin(blocks[block][0]), expected[block][0]);
+        QCOMPARE(loudestBin(blocks[block][1]), expected[block][1]);
+    }
+}
+
+void TestSpectrumAnalyzer::monoGivesTwoIdenticalChannels()
+{
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_FRONT_CENTER);
+    const Blocks blocks = analyse(analyzer, noise<int16_t>(kFrames, 3));
+    QCOMPARE(blocks.size(), 1);
+    QVERIFY(blocks[0][0].spectrums[20].amplitude > 0.0F);
+    for (int i = 0; i < 46; ++i)
+        QCOMPARE(blocks[0][0].spectrums[i].amplitude, blocks[0][1].spectrums[i].amplitude);
+}
+
+void TestSpectrumAnalyzer::bandAt44100Hz()
+{
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    const Blocks blocks = analyse(analyzer, noise<int16_t>(2 * kFrames, 3));
+    const QVector<Spectrum> &spectrums = blocks[0][0].spectrums;
+    QCOMPARE(spectrums.size(), 46);
+    QCOMPARE(spectrums.first().frequency, 0.0F);
+    QVERIFY(std::abs(spectrums.last().frequency - 1936.0976F) < 0.001F);
+}
+
+void TestSpectrumAnalyzer::bandAt48000Hz()
+{
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 48000, AV_CH_LAYOUT_STEREO);
+    const Blocks blocks = analyse(analyzer, noise<int16_t>(2 * kFrames, 3));
+    QCOMPARE(blocks[0][0].spectrums.size(), 42);
+}
+
+void TestSpectrumAnalyzer::rateBelowTheBandIsClamped_data()
+{
+    QTest::addColumn<int>("rate");
+    QTest::addColumn<int>("bins");
+    QTest::newRow("1999 Hz ends at bin 1024") << 1999 << 1004;
+    QTest::newRow("1000 Hz ends at bin 1024") << 1000 << 984;
+    QTest::newRow("40 Hz begins and ends at bin 1024") << 40 << 0;
+    QTest::newRow("1 Hz lies below the band") << 1 << 0;
+}
+
+void TestSpectrumAnalyzer::rateBelowTheBandIsClamped()
+{
+    QFETCH(int, rate);
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, rate, AV_CH_LAYOUT_STEREO);
+    const Blocks blocks = analyse(analyzer, noise<int16_t>(2 * kFrames, 3));
+    QCOMPARE(blocks.size(), 1);
+    QTEST(blocks[0][0].spectrums.size(), "bins");
+    QTEST(blocks[0][1].spectrums.size(), "bins");
+}
+
+void TestSpectrumAnalyzer::silenceIsZeroAndMinusInfinity()
+{
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    const Blocks blocks = analyse(analyzer, QByteArray(kFrames * 4, '\0'));
+    QCOMPARE(blocks.size(), 1);
+    for (const SoundChannel &channel : blocks[0]) {
+        QCOMPARE(channel.spectrums.size(), 46);
+        for (const Spectrum &spectrum : channel.spectrums) {
+            QCOMPARE(spectrum.amplitude, 0.0F);
+            QCOMPARE(spectrum.decibel, -std::numeric_limits<float>::infinity());
+        }
+    }
+}
+
+void TestSpectrumAnalyzer::strengthScalesAmplitudes()
+{
+    const QByteArray bytes = noise<int16_t>(2 * kFrames, 3);
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    const float plain = analyse(analyzer, bytes)[0][0].spectrums[20].amplitude;
+    const auto amplitudeAt = [&](double strength) {
+        analyzer.setStrength(strength);
+        return analyse(analyzer, bytes)[0][0].spectrums[20].amplitude;
+    };
+    QVERIFY(plain > 0.0F);
+    QCOMPARE(amplitudeAt(0.5), 2 * plain);
+    QCOMPARE(amplitudeAt(2.0), plain);
+    QCOMPARE(amplitudeAt(0.25), 4 * plain);
+    QCOMPARE(amplitudeAt(-1.0), plain);
+    QCOMPARE(amplitudeAt(0.0), plain);
+}
+
+void TestSpectrumAnalyzer::newFormatDropsThePartialBlock()
+{
+    const QByteArray bytes = stereoSine(kFrames, 44100, 440, 440);
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    QVERIFY(analyse(analyzer, bytes.left(1000)).isEmpty());
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    QVERIFY(analyse(analyzer, bytes.mid(1000)).isEmpty());
+    QCOMPARE(analyse(analyzer, bytes.left(1000)).size(), 1);
+}
+
+void TestSpectrumAnalyzer::formatMayChangeAtAnyTime()
+{
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    QCOMPARE(analyse(analyzer, noise<int16_t>(2 * kFrames, 1))[0][0].spectrums.size(), 46);
+    analyzer.setInputFormat(AV_SAMPLE_FMT_DBL, 48000, AV_CH_LAYOUT_7POINT1);
+    QCOMPARE(analyse(analyzer, noise<double>(8 * kFrames, 1))[0][0].spectrums.size(), 42);
+    analyzer.setInputFormat(AV_SAMPLE_FMT_U8, 8000, AV_CH_LAYOUT_MONO);
+    QCOMPARE(analyse(analyzer, noise<uint8_t>(kFrames, 1))[0][0].spectrums.size(), 251);
+}
+
+void TestSpectrumAnalyzer::withoutFormatNothingIsReturnedOrLogged()
+{
+    const LogCapture log;
+    SpectrumAnalyzer analyzer;
+    QVERIFY(analyse(analyzer, noise<int16_t>(4 * kFrames, 1)).isEmpty());
+    QCOMPARE(log.messages(), QStringList());
+}
+
+void TestSpectrumAnalyzer::badBytesAreIgnored()
+{
+    const LogCapture log;
+    const QByteArray bytes = noise<int16_t>(2 * kFrames, 1);
+    const auto *data = reinterpret_cast<const unsigned char *>(bytes.constData());
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    QVERIFY(analyzer.handle(nullptr, bytes.size()).isEmpty());
+    QVERIFY(analyzer.handle(data, 0).isEmpty());
+    QVERIFY(analyzer.handle(data, -1).isEmpty());
+    QCOMPARE(analyzer.handle(data, bytes.size()).size(), 1);
+    QCOMPARE(log.messages(), QStringList());
+}
+
+void TestSpectrumAnalyzer::refusedFormats_data()
+{
+    QTest::addColumn<int>("format");
+    QTest::addColumn<int>("rate");
+    QTest::addColumn<quint64>("layout");
+    QTest::addColumn<QString>("message");
+
+    const quint64 stereo = AV_CH_LAYOUT_STEREO;
+    QTest::newRow("only the cache frame rejects the format NONE")
+        << int(AV_SAMPLE_FMT_NONE) << 44100 << stereo
+        << "[SpectrumAnalyzer]: Failed to get cache frame buffer: 0x \"ffffffffffffffea\"";
+    QTest::newRow("an unknown format")
+        << int(AV_SAMPLE_FMT_NB) << 44100 << stereo
+        << "[SpectrumAnalyzer]: Failed to set swrContext in_sample_fmt, errCode: 0x "
+           "\"ffffffffffffffde\"";
+    QTest::newRow("a negative rate")
+        << int(AV_SAMPLE_FMT_S16) << -1 << stereo
+        << "[SpectrumAnalyzer]: Failed to set swrContext in_sample_rate, errCode: 0x "
+           "\"ffffffffffffffde\"";
+    QTest::newRow("no channel") << int(AV_SAMPLE_FMT_S16) << 44100 << quint64(0)
+                                << "[SpectrumAnalyzer]: Failed to init swrContext: 0x "
+                                   "\"ffffffffffffffea\"";
+    QTest::newRow("a layout that cannot be mixed to stereo")
+        << int(AV_SAMPLE_FMT_S16) << 44100 << quint64(AV_CH_BACK_LEFT | AV_CH_BACK_RIGHT)
+        << "[SpectrumAnalyzer]: Failed to init swrContext: 0x \"ffffffffffffffea\"";
+    QTest::newRow("planar stereo") << int(AV_SAMPLE_FMT_FLTP) << 44100 << stereo
+                                   << "[SpectrumAnalyzer]: Planar sample formats are not supported";
+}
+
+void TestSpectrumAnalyzer::refusedFormats()
+{
+    QFETCH(int, format);
+    QFETCH(int, rate);
+    QFETCH(quint64, layout);
+    QFETCH(QString, message);
+    LogCapture log;
+    SpectrumAnalyzer analyzer;
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    analyzer.setInputFormat(format, rate, layout);
+    QCOMPARE(log.messages(QtCriticalMsg), QStringList(message));
+    QCOMPARE(log.lines().size(), 1);
+    QCOMPARE(log.lines().first().category, QString("default"));
+    QVERIFY(log.lines().first().function.contains("SpectrumAnalyzer::setInputFormat("));
+
+    log.clear();
+    const QByteArray bytes = noise<double>(8 * kFrames, 1);
+    QVERIFY(analyse(analyzer, bytes).isEmpty());
+    QCOMPARE(log.messages(), QStringList());
+    analyzer.setInputFormat(AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO);
+    QCOMPARE(analyse(analyzer, bytes.left(4 * kFrames)).size(), 1);
+}
+
+QTEST_APPLESS_MAIN(TestSpectrumAnalyzer)
+#include "tst_spectrumanalyzer.moc"
