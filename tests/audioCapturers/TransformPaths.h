@@ -9,10 +9,14 @@
 
 namespace corvane::test {
 
-/// A transform that always takes one code path of the library, whatever the machine offers.
-template <class Path>
+/// A transform that always takes one code path of the library, whatever else the machine offers.
 class PathTransform final : public audiofft::detail::AudioFFTImpl {
 public:
+    explicit PathTransform(const audiofft::detail::Path &path)
+        : m_path(path)
+    {
+    }
+
     void init(std::size_t size) override
     {
         m_ip.resize(2 + std::size_t(std::sqrt(double(size))));
@@ -24,12 +28,12 @@ public:
 
     void fft(const float *data, float *re, float *im) override
     {
-        Path::rdft(workspace(), data, audiofft::detail::Bins{re, im});
+        m_path.forward(workspace(), data, {re, im});
     }
 
     void ifft(float *data, const float *re, const float *im) override
     {
-        Path::rdft(workspace(), audiofft::detail::ConstBins{re, im}, data);
+        m_path.backward(workspace(), {re, im}, data);
     }
 
 private:
@@ -38,26 +42,20 @@ private:
         return {m_a.size(), m_a.data(), m_ip.data(), m_w.data()};
     }
 
+    const audiofft::detail::Path &m_path;
     std::vector<int> m_ip;
     std::vector<double> m_w;
     std::vector<double> m_a;
 };
 
-struct PlainPath {
-    template <class From, class To>
-    static void rdft(const audiofft::detail::Workspace &work, From from, To to)
-    {
-        audiofft::detail::plain::rdft(work, from, to);
-    }
-};
-
-struct Avx2Path {
-    template <class From, class To>
-    static void rdft(const audiofft::detail::Workspace &work, From from, To to)
-    {
-        audiofft::detail::avx2::rdft(work, from, to);
-    }
-};
+/// The code paths that this machine can take, the fastest first.
+inline std::vector<const audiofft::detail::Path *> availablePaths()
+{
+    std::vector<const audiofft::detail::Path *> available;
+    for (const auto *path = audiofft::detail::paths(); *path; ++path)
+        available.push_back(*path);
+    return available;
+}
 
 } // namespace corvane::test
 

@@ -17,6 +17,7 @@
 using audiofft::AudioFFT;
 using audiofft::OouraFFT;
 using audiofft::detail::AudioFFTImpl;
+using audiofft::detail::Path;
 using namespace corvane::test;
 
 static_assert(std::is_abstract_v<AudioFFTImpl>);
@@ -31,14 +32,14 @@ namespace {
 // Counts what this program and the library take from the heap through operator new.
 int allocations = 0;
 
-// One of the ways to the same transform.
-std::unique_ptr<AudioFFTImpl> makeTransform(const QString &path, std::size_t size)
+// The transform of a row: along one path, or along the one that the library chooses.
+std::unique_ptr<AudioFFTImpl> makeTransform(const QString &pathName, std::size_t size)
 {
     std::unique_ptr<AudioFFTImpl> transform = std::make_unique<OouraFFT>();
-    if (path == "plain")
-        transform = std::make_unique<PathTransform<PlainPath>>();
-    if (path == "AVX2")
-        transform = std::make_unique<PathTransform<Avx2Path>>();
+    for (const Path *path : availablePaths()) {
+        if (pathName == path->name)
+            transform = std::make_unique<PathTransform>(*path);
+    }
     transform->init(size);
     return transform;
 }
@@ -117,8 +118,6 @@ void operator delete(void *memory, std::size_t) noexcept
 class TestAudioFFT : public QObject {
     Q_OBJECT
 private slots:
-    void init();
-
     void complexSizeIsHalfTheSizeAndOne();
 
     void fftAgreesWithFftw_data() { addPathsAndSizes(); }
@@ -144,25 +143,23 @@ private slots:
 
 private:
     static void addPathsAndSizes();
+    static void addRows(const QString &path, std::size_t smallest);
 };
+
+void TestAudioFFT::addRows(const QString &path, std::size_t smallest)
+{
+    for (std::size_t size = smallest; size <= 65536; size *= 2)
+        QTest::newRow(qPrintable(QString("%1, %2 samples").arg(path).arg(size)))
+            << path << int(size);
+}
 
 void TestAudioFFT::addPathsAndSizes()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<int>("size");
-    for (const QString path : {"dispatched", "plain", "AVX2"}) {
-        int size = path == "AVX2" ? int(audiofft::detail::avx2::kSmallestLength) : 4;
-        for (; size <= 65536; size *= 2)
-            QTest::newRow(qPrintable(QString("%1, %2 samples").arg(path).arg(size)))
-                << path << size;
-    }
-}
-
-void TestAudioFFT::init()
-{
-    const QByteArray row = QTest::currentDataTag();
-    if (row.startsWith("AVX2") && !audiofft::detail::avx2::isSupported())
-        QTest::qSkip("This machine cannot run the AVX2 code.", __FILE__, __LINE__);
+    addRows("the library's choice", 4);
+    for (const Path *path : availablePaths())
+        addRows(path->name, path->smallestLength);
 }
 
 void TestAudioFFT::complexSizeIsHalfTheSizeAndOne()

@@ -15,6 +15,54 @@
 namespace audiofft::detail {
 namespace {
 
+/// Vectors of one double, for any machine.
+struct OneLane {
+    using Real = double;
+    static constexpr std::size_t lanes = 1;
+
+    static Real broadcast(double x) noexcept { return x; }
+    static Real load(const double *from) noexcept { return *from; }
+    static void store(double *to, Real x) noexcept { *to = x; }
+    static Real loadFloats(const float *from) noexcept { return double(*from); }
+    static void storeFloats(float *to, Real x) noexcept { *to = float(x); }
+    static void storeFloatsReversed(float *to, Real x) noexcept { *to = float(x); }
+    static Real reversed(Real x) noexcept { return x; }
+
+    static void loadPairs(const float *from, Real &first, Real &second) noexcept
+    {
+        first = double(from[0]);
+        second = double(from[1]);
+    }
+
+    static void storePairs(float *to, Real first, Real second) noexcept
+    {
+        to[0] = float(first);
+        to[1] = float(second);
+    }
+
+    static void storeTransposed(double *to, std::size_t /*stride*/, Real x0, Real x1, Real x2,
+                                Real x3) noexcept
+    {
+        to[0] = x0;
+        to[1] = x1;
+        to[2] = x2;
+        to[3] = x3;
+    }
+
+    static void loadTransposed(const double *from, std::size_t /*stride*/, Real &x0, Real &x1,
+                               Real &x2, Real &x3) noexcept
+    {
+        x0 = from[0];
+        x1 = from[1];
+        x2 = from[2];
+        x3 = from[3];
+    }
+};
+
+/// Vectors of V must not reach past the middle column of the last pass.
+template <class V>
+constexpr std::size_t kSmallestLength = 16 * V::lanes;
+
 template <class V>
 struct Complex {
     typename V::Real re;
@@ -57,6 +105,7 @@ struct Points {
     double *im;
 
     Points operator+(std::size_t offset) const noexcept { return {re + offset, im + offset}; }
+    Points operator-(std::size_t offset) const noexcept { return {re - offset, im - offset}; }
 };
 
 template <class V>
@@ -96,14 +145,14 @@ inline Four<V> inverseDft4(const Four<V> &p) noexcept
     return {y.x0, y.x3, y.x2, y.x1};
 }
 
-/// e^(2πi·r/L) and its square and cube.
+/// e^(2πi·r/M), its square and its cube.
 template <class V>
 struct Twiddles {
     Complex<V> w1, w2, w3;
 
-    explicit Twiddles(const Complex<V> &w) noexcept
+    Twiddles(const Complex<V> &w, const Complex<V> &square) noexcept
         : w1(w)
-        , w2(w * w)
+        , w2(square)
         , w3(w1 * w2)
     {
     }
@@ -125,16 +174,16 @@ inline Four<V> twist(const Four<V> &p, const Twiddles<V> &t) noexcept
 /// The tables of a transform of `points` complex points, at least 4.
 struct Tables {
     std::size_t points;
-    const double *cosines;
     const double *sines;
+    const double *blocks;
     const int *reversals;
     unsigned halfBits = 0;
     unsigned otherBits = 0;
 
     explicit Tables(const Workspace &work) noexcept
         : points(work.n / 2)
-        , cosines(work.w)
-        , sines(work.w + points / 4)
+        , sines(work.w)
+        , blocks(work.w + points / 4)
         , reversals(work.ip + 2)
     {
         const auto bits = unsigned(__builtin_ctzll(points / 4));
@@ -151,19 +200,23 @@ struct Tables {
         return low << otherBits | high >> (halfBits - otherBits);
     }
 
-    /// Of neighbours in the order of the samples.
+    /// Of neighbours in the order of the samples. The sine of a quarter turn, which the cosine of 0
+    /// asks for, is the 1 at the beginning of the blocks.
     template <class V>
-    Twiddles<V> ofSamples(std::size_t first) const noexcept
+    Twiddles<V> ofSamples(std::size_t r) const noexcept
     {
-        return Twiddles<V>({V::load(cosines + first), V::load(sines + first)});
+        const std::size_t mirror = points / 4 - r - (V::lanes - 1);
+        const Complex<V> w = {V::reversed(V::load(sines + mirror)), V::load(sines + r)};
+        return {w, w * w};
     }
 
     /// Of the points of one block of a pass, all the same.
     template <class V>
     Twiddles<V> ofBlock(std::size_t block) const noexcept
     {
-        const std::size_t index = bitrv2(block);
-        return Twiddles<V>({V::broadcast(cosines[index]), V::broadcast(sines[index])});
+        const double *of = blocks + 4 * block;
+        return {{V::broadcast(of[0]), V::broadcast(of[1])},
+                {V::broadcast(of[2]), V::broadcast(of[3])}};
     }
 };
 
@@ -282,16 +335,16 @@ inline void cftlast(Points a, std::size_t span) noexcept
     }
 }
 
-/// Forward DFT of the samples, taken as complex points, into `a` in natural order.
+/// The passes of the forward DFT of the samples, taken as complex points, but for the last one.
+/// Returns the span of the missing pass.
 template <class V>
-inline void cftfsub(const float *samples, Points a, const Tables &tables) noexcept
+inline std::size_t cftfsub(const float *samples, Points a, const Tables &tables) noexcept
 {
     cft1st<V>(samples, a, tables);
     std::size_t span = 4;
-    for (; 4 * span <= tables.points; span *= 4)
+    for (; 4 * span < tables.points; span *= 4)
         cftmdl<V>(a, span, tables);
-    if (span < tables.points)
-        cftlast<V>(a, span);
+    return span;
 }
 
 /// Inverse DFT, times `scale`, of the points, which it destroys.
@@ -308,38 +361,127 @@ inline void cftbsub(Points a, float *samples, double scale, const Tables &tables
     cft1st<V>(a, samples, scale, tables);
 }
 
-/// The bins of the samples from the DFT of the complex points that pair them.
 template <class V>
-inline void rftfsub(Points a, std::size_t points, const double *c, Bins bins) noexcept
+struct Pair {
+    Complex<V> low, high;
+};
+
+/// Bins k and M - k from points k and M - k. `turn` is half of e^(2πi·k/N).
+template <class V>
+inline Pair<V> untangled(const Complex<V> &x, const Complex<V> &mirror,
+                         const Complex<V> &turn) noexcept
 {
-    using Real = typename V::Real;
-    const std::size_t middle = points / 2;
-    const Real half = V::broadcast(0.5);
-    bins.re[0] = float(a.re[0] + a.im[0]);
-    bins.im[0] = 0.0F;
-    bins.re[points] = float(a.re[0] - a.im[0]);
-    bins.im[points] = 0.0F;
-    bins.re[middle] = float(a.re[middle]);
-    bins.im[middle] = float(-a.im[middle]);
-    for (std::size_t next = 1; next < middle; next += V::lanes) {
-        // The last vector may repeat some bins of the one before.
-        const std::size_t k = next + V::lanes <= middle ? next : middle - V::lanes;
-        const std::size_t mirror = points - k - (V::lanes - 1);
-        const Real cosine = V::load(c + k);
-        const Real sine = V::reversed(V::load(c + middle - k - (V::lanes - 1)));
-        const Complex<V> x = load<V>(a + k);
-        const Complex<V> y = load<V>(a + mirror);
-        const Real yRe = V::reversed(y.re);
-        const Real yIm = V::reversed(y.im);
-        const Complex<V> sum = {x.re + yRe, x.im - yIm};
-        const Complex<V> difference = {x.re - yRe, x.im + yIm};
-        const Real turnedRe = cosine * difference.im - sine * difference.re;
-        const Real turnedIm = cosine * difference.re + sine * difference.im;
-        V::storeFloats(bins.re + k, half * sum.re + turnedRe);
-        V::storeFloats(bins.im + k, half * sum.im - turnedIm);
-        V::storeFloats(bins.re + mirror, V::reversed(half * sum.re - turnedRe));
-        V::storeFloats(bins.im + mirror, V::reversed(-(half * sum.im) - turnedIm));
+    const auto half = V::broadcast(0.5);
+    const Complex<V> sum = {half * (x.re + mirror.re), half * (x.im - mirror.im)};
+    const Complex<V> odd = {x.im + mirror.im, mirror.re - x.re};
+    const Complex<V> turned = timesConjugate(odd, turn);
+    return {{sum.re + turned.re, sum.im + turned.im}, {sum.re - turned.re, turned.im - sum.im}};
+}
+
+template <class V>
+inline void storeRising(Bins bins, std::size_t k, const Complex<V> &x) noexcept
+{
+    V::storeFloats(bins.re + k, x.re);
+    V::storeFloats(bins.im + k, x.im);
+}
+
+template <class V>
+inline void storeFalling(Bins bins, std::size_t k, const Complex<V> &x) noexcept
+{
+    V::storeFloatsReversed(bins.re + k - (V::lanes - 1), x.re);
+    V::storeFloatsReversed(bins.im + k - (V::lanes - 1), x.im);
+}
+
+template <class V>
+inline Complex<V> loadFalling(Points at) noexcept
+{
+    const Complex<V> x = load<V>(at - (V::lanes - 1));
+    return {V::reversed(x.re), V::reversed(x.im)};
+}
+
+template <class V>
+inline void untangleRising(Bins bins, std::size_t k, std::size_t points, const Complex<V> &x,
+                           const Complex<V> &mirror, const Complex<V> &turn) noexcept
+{
+    const Pair<V> pair = untangled(x, mirror, turn);
+    storeRising(bins, k, pair.low);
+    storeFalling(bins, points - k, pair.high);
+}
+
+template <class V>
+inline void untangleFalling(Bins bins, std::size_t k, std::size_t points, const Complex<V> &x,
+                            const Complex<V> &mirror, const Complex<V> &turn) noexcept
+{
+    const Pair<V> pair = untangled(x, mirror, turn);
+    storeFalling(bins, k, pair.low);
+    storeRising(bins, points - k, pair.high);
+}
+
+inline void storeEnds(Bins bins, std::size_t points, const Complex<OneLane> &first,
+                      const Complex<OneLane> &middle) noexcept
+{
+    storeRising<OneLane>(bins, 0, {first.re + first.im, 0.0});
+    storeRising<OneLane>(bins, points, {first.re - first.im, 0.0});
+    storeRising<OneLane>(bins, points / 2, {middle.re, -middle.im});
+}
+
+/// The last pass of four-point DFTs, and at once the bins: column k of the pass and its mirror
+/// image give eight points, four pairs that belong together.
+template <class V>
+inline void rftfsub4(Points a, std::size_t span, const double *c, Bins bins) noexcept
+{
+    const std::size_t points = 4 * span;
+    const Four<OneLane> ends = dft4(loadReversed<OneLane>(a, span));
+    storeEnds(bins, points, ends.x0, ends.x2);
+    untangleRising<OneLane>(bins, span, points, ends.x1, ends.x3, {c[span], c[span]});
+    for (std::size_t k = 1; k <= span / 2; k += V::lanes) {
+        const Points low = a + k;
+        const Points high = a + (span - k);
+        const Four<V> x = dft4(loadReversed<V>(low, span));
+        const Four<V> y =
+            dft4(Four<V>{loadFalling<V>(high), loadFalling<V>(high + 2 * span),
+                         loadFalling<V>(high + span), loadFalling<V>(high + 3 * span)});
+        const auto c0 = V::load(c + k);
+        const auto c1 = V::reversed(V::load(c + (span - k) - (V::lanes - 1)));
+        const auto c2 = V::load(c + (span + k));
+        const auto c3 = V::reversed(V::load(c + (2 * span - k) - (V::lanes - 1)));
+        untangleRising<V>(bins, k, points, x.x0, y.x3, {c0, c3});
+        untangleRising<V>(bins, span + k, points, x.x1, y.x2, {c2, c1});
+        untangleFalling<V>(bins, span - k, points, y.x0, x.x3, {c1, c2});
+        untangleFalling<V>(bins, 2 * span - k, points, y.x1, x.x2, {c3, c0});
     }
+}
+
+/// The same where an odd power of two leaves a last pass of sums and differences.
+template <class V>
+inline void rftfsub2(Points a, std::size_t span, const double *c, Bins bins) noexcept
+{
+    const std::size_t points = 2 * span;
+    const Complex<OneLane> end0 = load<OneLane>(a);
+    const Complex<OneLane> end1 = load<OneLane>(a + span);
+    storeEnds(bins, points, end0 + end1, end0 - end1);
+    for (std::size_t k = 1; k <= span / 2; k += V::lanes) {
+        const Points low = a + k;
+        const Points high = a + (span - k);
+        const Complex<V> x0 = load<V>(low);
+        const Complex<V> x1 = load<V>(low + span);
+        const Complex<V> y0 = loadFalling<V>(high);
+        const Complex<V> y1 = loadFalling<V>(high + span);
+        const auto cosine = V::load(c + k);
+        const auto sine = V::reversed(V::load(c + (span - k) - (V::lanes - 1)));
+        untangleRising<V>(bins, k, points, x0 + x1, y0 - y1, {cosine, sine});
+        untangleFalling<V>(bins, span - k, points, y0 + y1, x0 - x1, {sine, cosine});
+    }
+}
+
+template <class V>
+inline void rftfsub(Points a, std::size_t span, const Tables &tables, const double *c,
+                    Bins bins) noexcept
+{
+    if (4 * span == tables.points)
+        rftfsub4<V>(a, span, c, bins);
+    else
+        rftfsub2<V>(a, span, c, bins);
 }
 
 /// The inverse of rftfsub, times 2. The imaginary parts of the first and the last bin are not read.
@@ -376,15 +518,16 @@ inline Points pointsOf(const Workspace &work) noexcept
 }
 
 template <class V>
-inline void forward(const Workspace &work, const float *samples, Bins bins) noexcept
+void forward(const Workspace &work, const float *samples, Bins bins) noexcept
 {
     const Points a = pointsOf(work);
-    cftfsub<V>(samples, a, Tables(work));
-    rftfsub<V>(a, work.n / 2, work.w + work.n / 4, bins);
+    const Tables tables(work);
+    const std::size_t span = cftfsub<V>(samples, a, tables);
+    rftfsub<V>(a, span, tables, work.w + work.n / 4, bins);
 }
 
 template <class V>
-inline void backward(const Workspace &work, ConstBins bins, float *samples) noexcept
+void backward(const Workspace &work, ConstBins bins, float *samples) noexcept
 {
     const Points a = pointsOf(work);
     rftbsub<V>(bins, a, work.n / 2, work.w + work.n / 4);

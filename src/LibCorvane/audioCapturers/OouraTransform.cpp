@@ -7,13 +7,13 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-/// cos(2π·k/n) for 0 ≤ k ≤ n/4. Angles above an eighth of a turn are reflected, since small angles
-/// are the exacter ones.
-double quarterCosine(int k, int n) noexcept
+/// sin(2π·k/n) for 0 ≤ k ≤ n/4, and so cos(2π·(n/4 − k)/n). Angles above an eighth of a turn are
+/// reflected, since small angles are the exacter ones.
+double quarterSine(int k, int n) noexcept
 {
-    if (8LL * k <= n)
-        return std::cos(2.0 * kPi * (double(k) / n));
-    return std::sin(2.0 * kPi * (double(n / 4 - k) / n));
+    if (k <= n / 8)
+        return std::sin(2.0 * kPi * (double(k) / n));
+    return std::cos(2.0 * kPi * (double(n / 4 - k) / n));
 }
 
 int reversedBits(int value, int bits) noexcept
@@ -24,54 +24,67 @@ int reversedBits(int value, int bits) noexcept
     return reversed;
 }
 
+/// e^(2πi·r/points) and its square, for r below a quarter of the points.
+void makeBlock(int r, int points, double *block) noexcept
+{
+    const int quarter = points / 4;
+    block[0] = quarterSine(quarter - r, points);
+    block[1] = quarterSine(r, points);
+    const bool isObtuse = 2 * r > quarter;
+    block[2] =
+        isObtuse ? -quarterSine(2 * r - quarter, points) : quarterSine(quarter - 2 * r, points);
+    block[3] = quarterSine(isObtuse ? 2 * (quarter - r) : 2 * r, points);
+}
+
 } // namespace
 
 void makewt(int nw, int *ip, double *w) noexcept
 {
     ip[0] = nw;
-    if (nw < 2) {
-        w[0] = 1.0;
+    w[0] = 1.0;
+    if (nw < 2)
         return;
-    }
     const int points = 2 * nw;
     const int quarter = points / 4;
-    for (int r = 0; r < quarter; ++r) {
-        w[r] = quarterCosine(r, points);
-        w[quarter + r] = r == 0 ? 0.0 : quarterCosine(quarter - r, points);
-    }
-    const int bits = (__builtin_ctz(unsigned(quarter)) + 1) / 2;
-    for (int index = 0; index < 1 << bits; ++index)
-        ip[2 + index] = reversedBits(index, bits);
+    for (int r = 0; r < quarter; ++r)
+        w[r] = quarterSine(r, points);
+    double *blocks = w + quarter;
+    blocks[0] = 1.0;
+    const int bits = __builtin_ctz(unsigned(quarter));
+    for (int index = 0; index < quarter / 4; ++index)
+        makeBlock(reversedBits(index, bits), points, blocks + 4 * index);
+    const int halfBits = (bits + 1) / 2;
+    for (int index = 0; index < 1 << halfBits; ++index)
+        ip[2 + index] = reversedBits(index, halfBits);
 }
 
 void makect(int nc, int *ip, double *c) noexcept
 {
     ip[1] = nc;
     for (int k = 0; k < nc; ++k)
-        c[k] = 0.5 * quarterCosine(k, 4 * nc);
+        c[k] = 0.5 * quarterSine(nc - k, 4 * nc);
 }
 
 namespace {
 
-bool takesAvx2(const Workspace &work) noexcept
+const Path &fastestPath(std::size_t length) noexcept
 {
-    return work.n >= avx2::kSmallestLength && avx2::isSupported();
+    const Path *const *path = paths();
+    while (length < (*path)->smallestLength)
+        ++path;
+    return **path;
 }
 
 } // namespace
 
 void rdft(const Workspace &work, const float *samples, Bins bins) noexcept
 {
-    if (takesAvx2(work))
-        return avx2::rdft(work, samples, bins);
-    plain::rdft(work, samples, bins);
+    fastestPath(work.n).forward(work, samples, bins);
 }
 
 void rdft(const Workspace &work, ConstBins bins, float *samples) noexcept
 {
-    if (takesAvx2(work))
-        return avx2::rdft(work, bins, samples);
-    plain::rdft(work, bins, samples);
+    fastestPath(work.n).backward(work, bins, samples);
 }
 
 } // namespace audiofft::detail

@@ -17,6 +17,11 @@ struct FourLanes {
         return _mm256_cvtps_pd(_mm_loadu_ps(from));
     }
     static void storeFloats(float *to, Real x) noexcept { _mm_storeu_ps(to, _mm256_cvtpd_ps(x)); }
+    static void storeFloatsReversed(float *to, Real x) noexcept
+    {
+        const __m128 narrow = _mm256_cvtpd_ps(x);
+        _mm_storeu_ps(to, _mm_shuffle_ps(narrow, narrow, 0b00011011));
+    }
     static Real reversed(Real x) noexcept { return _mm256_permute4x64_pd(x, 0b00011011); }
 
     static void loadPairs(const float *from, Real &first, Real &second) noexcept
@@ -70,14 +75,7 @@ struct FourLanes {
 
 } // namespace
 
-void avx2::rdft(const Workspace &work, const float *samples, Bins bins) noexcept
-{
-    forward<FourLanes>(work, samples, bins);
-}
-
-void avx2::rdft(const Workspace &work, ConstBins bins, float *samples) noexcept
-{
-    backward<FourLanes>(work, bins, samples);
-}
+const Path kAvx2Path = {"AVX2", kSmallestLength<FourLanes>, forward<FourLanes>,
+                        backward<FourLanes>};
 
 } // namespace audiofft::detail

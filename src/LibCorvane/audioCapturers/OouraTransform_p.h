@@ -28,8 +28,9 @@ struct ConstBins {
     const float *im;
 };
 
-/// Fills w with the cosines, then the sines, of 2π·r/M for r < M/4, where M = 2·nw; ip[0] becomes
-/// nw, and from ip[2] on follows the reversal of every number of (log2(M/4) + 1)/2 bits.
+/// Fills w for M = 2·nw complex points: the sines of 2π·r/M for r < M/4, and from w[M/4] on, for
+/// each block of four-point DFTs in bit-reversed order, e^(2πi·r/M) and its square. ip[0] becomes
+/// nw; from ip[2] on follow the reversals of all numbers of half the bits that M/4 has, rounded up.
 void makewt(int nw, int *ip, double *w) noexcept;
 
 /// Fills c with half the cosines of 2π·k/N for k < nc, where N = 4·nc; ip[1] becomes nc.
@@ -40,20 +41,21 @@ void rdft(const Workspace &work, const float *samples, Bins bins) noexcept;
 /// Backward: N/2 + 1 bins to N samples, divided by N. All bins are read before a sample is written.
 void rdft(const Workspace &work, ConstBins bins, float *samples) noexcept;
 
-/// The same for any machine.
-namespace plain {
-void rdft(const Workspace &work, const float *samples, Bins bins) noexcept;
-void rdft(const Workspace &work, ConstBins bins, float *samples) noexcept;
-} // namespace plain
+/// One way to compute it. They all give the same bins and samples but for the last bit.
+struct Path {
+    const char *name;
+    std::size_t smallestLength;
+    void (*forward)(const Workspace &work, const float *samples, Bins bins) noexcept;
+    void (*backward)(const Workspace &work, ConstBins bins, float *samples) noexcept;
+};
 
-/// The same, faster, for machines with AVX2 and FMA, and for N = 32, 64, 128…
-namespace avx2 {
-constexpr std::size_t kSmallestLength = 32;
-/// Whether this machine can run it; never true where it is not built.
-bool isSupported() noexcept;
-void rdft(const Workspace &work, const float *samples, Bins bins) noexcept;
-void rdft(const Workspace &work, ConstBins bins, float *samples) noexcept;
-} // namespace avx2
+/// The paths that this machine can take, the fastest first; the last takes any length, then comes
+/// null.
+const Path *const *paths() noexcept;
+
+extern const Path kPlainPath;
+extern const Path kSse2Path;
+extern const Path kAvx2Path;
 
 } // namespace audiofft::detail
 

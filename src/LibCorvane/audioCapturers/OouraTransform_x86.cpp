@@ -1,11 +1,17 @@
-// Apart from the AVX2 code, since no machine may need AVX2 to find out that it has none.
+// Apart from the vector code, since no machine may need AVX2 to find out that it has none.
 #include <LibCorvane/audioCapturers/OouraTransform_p.h>
 
 namespace audiofft::detail {
+namespace {
 
-bool avx2::isSupported() noexcept
+const Path *const kPaths[] = {&kAvx2Path, &kSse2Path, &kPlainPath, nullptr};
+
+} // namespace
+
+const Path *const *paths() noexcept
 {
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    const bool hasAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    return hasAvx2 ? kPaths : kPaths + 1;
 }
 
 } // namespace audiofft::detail
