@@ -1,0 +1,234 @@
+#include "ConfigurationManager.h"
+
+#include "JsonPath_p.h"
+
+#include <QByteArray>
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonParseError>
+#include <QRegularExpression>
+#include <QStandardPaths>
+
+namespace {
+
+constexpr const char *kSubDirectories[] = {"controllers", "logs", "effects", "dumps", "resources"};
+
+QString globalName()
+{
+    return QStringLiteral("global");
+}
+
+QString chooseDataRoot(const QString &wanted)
+{
+    if (!wanted.isEmpty())
+        return wanted;
+    return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+}
+
+void makeDirectories(const QString &root)
+{
+    QDir().mkdir(root);
+    const QDir directory(root);
+    for (const char *name : kSubDirectories)
+        directory.mkdir(QLatin1String(name));
+}
+
+/// False when a write makes no progress; the file knows why.
+bool writeAll(QFile &file, const QByteArray &bytes)
+{
+    qint64 written = 0;
+    while (written < bytes.size()) {
+        const qint64 count = file.write(bytes.constData() + written, bytes.size() - written);
+        if (count <= 0)
+            return false;
+        written += count;
+    }
+    return true;
+}
+
+/// Removes the file, then writes it anew. Returns what went wrong, or a null string.
+QString rewriteFile(const QString &path, const QByteArray &bytes)
+{
+    QFile::remove(path);
+    QFile file(path);
+    // Unbuffered, so that each error shows at the write that meets it. Truncated for the file that
+    // may be written but not removed: the end of a longer old document must not stay behind.
+    if (!file.open(QIODevice::ReadWrite | QIODevice::Truncate | QIODevice::Unbuffered))
+        return file.errorString();
+    if (!writeAll(file, bytes))
+        return file.errorString();
+    file.close();
+    return file.error() == QFileDevice::NoError ? QString() : file.errorString();
+}
+
+} // namespace
+
+// The object is destroyed before the path: static objects go in the reverse of this order.
+QString ConfigurationManager::gsConfigPath;
+std::unique_ptr<ConfigurationManager> ConfigurationManager::s_instance;
+
+ConfigurationManager::ConfigurationManager()
+    : m_configPath(chooseDataRoot(gsConfigPath))
+{
+    makeDirectories(m_configPath);
+}
+
+ConfigurationManager::~ConfigurationManager() = default;
+
+ConfigurationManager *ConfigurationManager::instance()
+{
+    if (!s_instance)
+        s_instance.reset(new ConfigurationManager);
+    return s_instance.get();
+}
+
+void ConfigurationManager::setConfigPath(const QString &path)
+{
+    gsConfigPath = path;
+}
+
+QString ConfigurationManager::configPath() const
+{
+    return m_configPath;
+}
+
+QString ConfigurationManager::resourcesPath() const
+{
+    return m_configPath + QLatin1String("/resources");
+}
+
+QString ConfigurationManager::logsPath() const
+{
+    return m_configPath + QLatin1String("/logs");
+}
+
+QString ConfigurationManager::filePath(const QString &name) const
+{
+    QString fileName = name;
+    fileName.replace(u':', u'_');
+    return m_configPath + u'/' + fileName + QLatin1String(".json");
+}
+
+QJsonObject &ConfigurationManager::jsonObject(const QString &name)
+{
+    auto entry = m_objects.find(name);
+    if (entry == m_objects.end())
+        entry = m_objects.insert(name, loadJsonObjectFromFile(filePath(name)));
+    return *entry;
+}
+
+QJsonObject ConfigurationManager::loadJsonObjectFromFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        qCritical() << "Failed to open" << path << " errStr:" << file.errorString();
+        return {};
+    }
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
+    file.close();
+    if (error.error != QJsonParseError::NoError) {
+        qCritical() << "Failed to parse" << path << error.errorString();
+        return {};
+    }
+    return document.object();
+}
+
+void ConfigurationManager::saveJsonObject(const QString &name)
+{
+    const QString path = filePath(name);
+    const QString error = rewriteFile(path, QJsonDocument(m_objects[name]).toJson());
+    if (!error.isNull())
+        qCritical() << "Failed to opened :" << path << "errStr: " << error;
+}
+
+void ConfigurationManager::save()
+{
+    const QStringList names = m_objects.keys();
+    for (const QString &name : names)
+        saveJsonObject(name);
+}
+
+QJsonObject &ConfigurationManager::AppConfigJsonObj()
+{
+    return jsonObject(globalName());
+}
+
+QJsonObject &ConfigurationManager::globalJsonObj()
+{
+    return jsonObject(globalName());
+}
+
+void ConfigurationManager::saveAppConfigJsonObj()
+{
+    saveJsonObject(globalName());
+}
+
+void ConfigurationManager::saveGlobalJsonObj()
+{
+    saveJsonObject(globalName());
+}
+
+void ConfigurationManager::saveGlobalValues()
+{
+    saveJsonObject(globalName());
+}
+
+QJsonValue ConfigurationManager::globalValue(const QString &path)
+{
+    return valWithXPath(globalJsonObj(), path);
+}
+
+QJsonValue ConfigurationManager::appConfig(const QString &path)
+{
+    return globalValue(path);
+}
+
+void ConfigurationManager::setGlobalValue(const QString &path, const QJsonValue &value)
+{
+    setValWithXPath(globalJsonObj(), path, value);
+}
+
+void ConfigurationManager::setGlobalValue(const QStringList &keys, const QJsonValue &value)
+{
+    setValWithXPath(globalJsonObj(), keys, value);
+}
+
+void ConfigurationManager::setAppConfig(const QString &path, const QJsonValue &value)
+{
+    setGlobalValue(path, value);
+    saveGlobalValues();
+    emit appConfigChanged(path);
+}
+
+QJsonValue ConfigurationManager::valWithXPath(const QJsonObject &object, const QString &path)
+{
+    return corvane::jsonValueAt(object, path);
+}
+
+void ConfigurationManager::setValWithXPath(QJsonObject &object, const QString &path,
+                                           const QJsonValue &value)
+{
+    corvane::setJsonValueAt(object, corvane::jsonPathKeys(path), value);
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the keys by value.
+QJsonValue ConfigurationManager::setValWithXPath(QJsonObject &object, QStringList keys,
+                                                 const QJsonValue &value)
+{
+    corvane::setJsonValueAt(object, keys, value);
+    return object;
+}
+
+bool isArrayIndex(const QString &text, int &index)
+{
+    static const QRegularExpression pattern(QStringLiteral("\\[(\\d+)\\]"));
+    const QRegularExpressionMatch match = pattern.match(text);
+    if (!match.hasMatch())
+        return false;
+    bool fits = false;
+    index = match.capturedRef(1).toInt(&fits, 10);
+    return fits;
+}

@@ -1,0 +1,200 @@
+#ifndef LIBCORVANE_CONFIGURATIONMANAGER_H
+#define LIBCORVANE_CONFIGURATIONMANAGER_H
+
+#include <LibCorvane/Export.h>
+
+#include <QHash>
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+/// The process-wide store of persistent settings: the data directory and its JSON files.
+///
+/// Every file is read once, at its first use, into a QJsonObject in memory. Reading and changing
+/// settings works on these objects; a file is written only when a save is asked for.
+///
+/// \par Creation
+/// The first instance() makes the only object, which has no parent and is deleted by the static
+/// destructors at process exit. A host that wants another data directory than Qt's calls
+/// setConfigPath() before. No file is read and no line is logged at creation.
+///
+/// \par The data root
+/// The directory given to setConfigPath(), or else
+/// QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation), which needs the
+/// application's name to be set. It is chosen at creation and stays. Creation makes it and its
+/// sub-directories where they are missing, but not the parents of the root; failures are silent
+/// and show at the first save.
+///
+/// | entry        | holds                                                         | made by    |
+/// |--------------|---------------------------------------------------------------|------------|
+/// | global.json  | the object "global": application configuration, global values | first save |
+/// | config.json  | nothing of this library, which neither reads nor writes it    | the host   |
+/// | controllers/ | one JSON file per LED controller                              | creation   |
+/// | effects/     | one JSON file per lighting effect                             | creation   |
+/// | logs/        | log files; see logsPath()                                     | creation   |
+/// | dumps/       | crash dumps, "*.dmp"                                          | creation   |
+/// | resources/   | downloaded files; see resourcesPath()                         | creation   |
+///
+/// \par Cache names
+/// An object is called by a name relative to the data root, without extension, such as "global" or
+/// "controllers/desk". Its file is root + "/" + name + ".json" with every ":" of the name turned
+/// into "_". The name itself keeps its ":": "a:b" and "a_b" are two objects that share one file,
+/// and the one saved last wins.
+///
+/// \par Key paths
+/// A path such as latestVerion.version names a member of nested objects: it is split at every ".",
+/// and empty segments vanish. Keys are case-sensitive. There is no escape for a dot in a key and no
+/// step into an array: "list[2]" is an ordinary name.
+///
+/// \par What is written when
+/// saveJsonObject(), save(), the save operations named after an object, and setAppConfig() write;
+/// nothing else does, least of all the destructor: changes without a save are lost at exit. A file
+/// is UTF-8, indented JSON, and always written whole.
+///
+/// \par What a crash can lose
+/// A save removes the old file before it writes the new one, and does not wait for the disk. A
+/// crash, a full disk or a power cut within a save therefore leaves that one file missing or cut
+/// short, and its settings start empty next time. Other files are not touched. The object in memory
+/// survives a failed save, so that a later one can succeed.
+///
+/// \par Threads
+/// There are no locks, not in instance() either. All calls belong on one thread, as a rule the main
+/// thread; a call from another thread must not overlap any other call. appConfigChanged() is
+/// emitted on the thread that calls setAppConfig(). The static functions that are given everything
+/// they work on (loadJsonObjectFromFile(), valWithXPath() and setValWithXPath()) may run on any
+/// thread, on distinct objects.
+class LIBCORVANE_EXPORT ConfigurationManager : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY(ConfigurationManager)
+public:
+    /// The only object, never null. The first call makes it, and the data directory. The caller
+    /// does not own it and must not use it from destructors of static objects.
+    static ConfigurationManager *instance();
+
+    /// Sets #gsConfigPath: the data root of the object that the first instance() will make. Once
+    /// that is made, this has no effect on it.
+    /// \param path an absolute path without a trailing "/"; empty for the default location.
+    static void setConfigPath(const QString &path);
+
+    /// The data root: an absolute path without a trailing "/".
+    QString configPath() const;
+
+    /// Where downloaded files go: the data root followed by "/resources".
+    QString resourcesPath() const;
+
+    /// Where log files go: the data root followed by "/logs".
+    QString logsPath() const;
+
+    /// The object of a cache name, read from its file at the first use.
+    ///
+    /// A file that is missing or broken gives an empty object and the log line of
+    /// loadJsonObjectFromFile(). That object stays: the file is not tried again.
+    /// \param name a cache name; see the class description.
+    /// \return the object itself, to be read and changed in place. The reference is valid until
+    ///         another name is used for the first time, by any operation of this class.
+    QJsonObject &jsonObject(const QString &name);
+
+    /// Reads and parses one JSON file. Neither the cache nor the data root plays a part.
+    ///
+    /// \param path the file's full path, extension included.
+    /// \return the object at the file's top level. Empty when that is an array, and empty after a
+    ///         failure, which is logged at critical level: "Failed to open" path " errStr:" reason,
+    ///         or "Failed to parse" path reason.
+    static QJsonObject loadJsonObjectFromFile(const QString &path);
+
+    /// Writes the object of a cache name to its file. A name that was never used gets an empty
+    /// object, and the file, which is not read, is overwritten with that.
+    ///
+    /// Directories are not made here. A failure is logged once at critical level:
+    /// "Failed to opened :" file "errStr: " reason. When the file cannot be opened the old one is
+    /// gone; when it cannot be written to its end, the part that was written stays.
+    /// \param name a cache name; see the class description.
+    void saveJsonObject(const QString &name);
+
+    /// Writes every object that has been used so far, with saveJsonObject(). A failure does not
+    /// keep the others from being written.
+    void save();
+
+    /// The object "global", as jsonObject() gives it. The same object as globalJsonObj().
+    QJsonObject &AppConfigJsonObj();
+    /// The object "global", as jsonObject() gives it. The same object as AppConfigJsonObj().
+    QJsonObject &globalJsonObj();
+
+    /// Writes the object "global" with saveJsonObject().
+    void saveAppConfigJsonObj();
+    /// Writes the object "global" with saveJsonObject().
+    void saveGlobalJsonObj();
+    /// Writes the object "global" with saveJsonObject().
+    void saveGlobalValues();
+
+    /// The value at a key path of the object "global"; see valWithXPath() for missing values.
+    QJsonValue globalValue(const QString &path);
+    /// The same as globalValue().
+    QJsonValue appConfig(const QString &path);
+
+    /// Sets a value of the object "global" in memory; see setValWithXPath(). Nothing is written and
+    /// no signal is emitted.
+    void setGlobalValue(const QString &path, const QJsonValue &value);
+    /// The same with the path already split. An empty list changes nothing.
+    void setGlobalValue(const QStringList &keys, const QJsonValue &value);
+
+    /// Sets a value as setGlobalValue() does, writes the object "global" at once, then emits
+    /// appConfigChanged(), also when writing failed; see saveJsonObject() for the log line.
+    void setAppConfig(const QString &path, const QJsonValue &value);
+
+    /// The value at a key path of an object.
+    ///
+    /// \return the object itself for the empty path. Null when a step on the way is missing or is
+    ///         no object; Undefined when only the last member is missing, or when the path is made
+    ///         of dots only. No part of the object is copied.
+    static QJsonValue valWithXPath(const QJsonObject &object, const QString &path);
+
+    /// Sets the value at a key path of an object, in place. Objects that are missing on the way are
+    /// made, and what stands there and is no object is replaced by one. Members beside the way are
+    /// kept. An Undefined value removes the last member. A path without a key changes nothing.
+    static void setValWithXPath(QJsonObject &object, const QString &path, const QJsonValue &value);
+
+    /// The same with the path already split; a key may hold any character then, dots included.
+    /// \return the changed object. As long as it is kept it shares the object's data, which makes
+    ///         the next change of the object copy its top level.
+    static QJsonValue setValWithXPath(QJsonObject &object, QStringList keys,
+                                      const QJsonValue &value);
+
+    /// The data root for an object that is still to be made; empty for the default location. Set
+    /// it with setConfigPath().
+    static QString gsConfigPath;
+
+signals:
+    /// A setting was changed with setAppConfig(). Comes after the save: unless that failed, the new
+    /// value stands in global.json already.
+    /// \param path the key path as the caller of setAppConfig() wrote it.
+    void appConfigChanged(const QString &path);
+
+private:
+    // Only the owning pointer may end the object.
+    friend struct std::default_delete<ConfigurationManager>;
+
+    ConfigurationManager();
+    ~ConfigurationManager() override;
+
+    QString filePath(const QString &name) const;
+
+    static std::unique_ptr<ConfigurationManager> s_instance;
+
+    QHash<QString, QJsonObject> m_objects;
+    QString m_configPath;
+};
+
+/// Finds the first array index, "[" digits "]", anywhere in a text such as "item[7]".
+///
+/// For hosts that read such steps themselves: key paths know no array steps. May be called from
+/// any thread.
+/// \param[out] index the number; 0 when it does not fit an int; left alone when there is none.
+/// \return whether there is an index and it fits an int.
+LIBCORVANE_EXPORT bool isArrayIndex(const QString &text, int &index);
+
+#endif

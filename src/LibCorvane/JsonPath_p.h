@@ -1,0 +1,29 @@
+#ifndef LIBCORVANE_JSONPATH_P_H
+#define LIBCORVANE_JSONPATH_P_H
+
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QString>
+#include <QStringList>
+
+namespace corvane {
+
+/// The keys of a dotted path. Empty segments vanish: "a..b", ".a.b" and "a.b." are all a, b.
+QStringList jsonPathKeys(const QString &path);
+
+/// The value at a dotted path; the whole object for the empty path.
+///
+/// A step on the way that is missing or no object gives Null, a missing last member Undefined, and
+/// so does a path made of dots only. Nothing is copied but references to shared data.
+QJsonValue jsonValueAt(const QJsonObject &object, const QString &path);
+
+/// Sets the value at the keys, in place. What stands in the way and is no object is replaced by
+/// one; members beside the way are kept. An empty key list changes nothing, and an Undefined value
+/// removes the last member, as QJsonObject::insert() does.
+///
+/// Objects on the way are changed where they are, unless somebody else shares their data.
+void setJsonValueAt(QJsonObject &object, const QStringList &keys, const QJsonValue &value);
+
+} // namespace corvane
+
+#endif
