@@ -316,8 +316,9 @@ void TestAudioCapManager::hundredCyclesLeaveNothingBehind()
     settle();
     qtHookData[QHooks::AddQObject] = 0;
     qtHookData[QHooks::RemoveQObject] = 0;
-    QCOMPARE(entries("/proc/self/task"), threads);
-    QCOMPARE(entries("/proc/self/fd"), descriptors);
+    // The system takes a moment to bury a thread that has ended, before the cycles and after.
+    QTRY_VERIFY(entries("/proc/self/task") <= threads);
+    QTRY_VERIFY(entries("/proc/self/fd") <= descriptors);
     QCOMPARE(livingObjects.load(), 0);
     QCOMPARE(log.messages(QtWarningMsg), QStringList());
 }
