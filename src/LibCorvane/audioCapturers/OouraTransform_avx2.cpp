@@ -12,17 +12,33 @@ struct FourLanes {
     static Real broadcast(double x) noexcept { return _mm256_set1_pd(x); }
     static Real load(const double *from) noexcept { return _mm256_loadu_pd(from); }
     static void store(double *to, Real x) noexcept { _mm256_storeu_pd(to, x); }
+
+    static Real loadFalling(const double *from) noexcept
+    {
+        return _mm256_permute_pd(_mm256_loadu2_m128d(from - 3, from - 1), 0b0101);
+    }
+
+    static void storeFalling(double *to, Real x) noexcept
+    {
+        _mm256_storeu2_m128d(to - 3, to - 1, _mm256_permute_pd(x, 0b0101));
+    }
+
     static Real loadFloats(const float *from) noexcept
     {
         return _mm256_cvtps_pd(_mm_loadu_ps(from));
     }
-    static void storeFloats(float *to, Real x) noexcept { _mm_storeu_ps(to, _mm256_cvtpd_ps(x)); }
-    static void storeFloatsReversed(float *to, Real x) noexcept
+
+    static Real loadFloatsFalling(const float *from) noexcept
     {
-        const __m128 narrow = _mm256_cvtpd_ps(x);
-        _mm_storeu_ps(to, _mm_shuffle_ps(narrow, narrow, 0b00011011));
+        return _mm256_cvtps_pd(turned(_mm_loadu_ps(from - 3)));
     }
-    static Real reversed(Real x) noexcept { return _mm256_permute4x64_pd(x, 0b00011011); }
+
+    static void storeFloats(float *to, Real x) noexcept { _mm_storeu_ps(to, _mm256_cvtpd_ps(x)); }
+
+    static void storeFloatsFalling(float *to, Real x) noexcept
+    {
+        _mm_storeu_ps(to - 3, turned(_mm256_cvtpd_ps(x)));
+    }
 
     static void loadPairs(const float *from, Real &first, Real &second) noexcept
     {
@@ -38,18 +54,6 @@ struct FourLanes {
         const __m128 y = _mm256_cvtpd_ps(second);
         _mm_storeu_ps(to, _mm_unpacklo_ps(x, y));
         _mm_storeu_ps(to + 4, _mm_unpackhi_ps(x, y));
-    }
-
-    static void transpose(Real &x0, Real &x1, Real &x2, Real &x3) noexcept
-    {
-        const __m256d even01 = _mm256_unpacklo_pd(x0, x1);
-        const __m256d odd01 = _mm256_unpackhi_pd(x0, x1);
-        const __m256d even23 = _mm256_unpacklo_pd(x2, x3);
-        const __m256d odd23 = _mm256_unpackhi_pd(x2, x3);
-        x0 = _mm256_permute2f128_pd(even01, even23, 0x20);
-        x1 = _mm256_permute2f128_pd(odd01, odd23, 0x20);
-        x2 = _mm256_permute2f128_pd(even01, even23, 0x31);
-        x3 = _mm256_permute2f128_pd(odd01, odd23, 0x31);
     }
 
     static void storeTransposed(double *to, std::size_t stride, Real x0, Real x1, Real x2,
@@ -70,6 +74,21 @@ struct FourLanes {
         x2 = load(from + stride);
         x3 = load(from + 3 * stride);
         transpose(x0, x1, x2, x3);
+    }
+
+private:
+    static __m128 turned(__m128 x) noexcept { return _mm_shuffle_ps(x, x, 0b00011011); }
+
+    static void transpose(Real &x0, Real &x1, Real &x2, Real &x3) noexcept
+    {
+        const __m256d even01 = _mm256_unpacklo_pd(x0, x1);
+        const __m256d odd01 = _mm256_unpackhi_pd(x0, x1);
+        const __m256d even23 = _mm256_unpacklo_pd(x2, x3);
+        const __m256d odd23 = _mm256_unpackhi_pd(x2, x3);
+        x0 = _mm256_permute2f128_pd(even01, even23, 0x20);
+        x1 = _mm256_permute2f128_pd(odd01, odd23, 0x20);
+        x2 = _mm256_permute2f128_pd(even01, even23, 0x31);
+        x3 = _mm256_permute2f128_pd(odd01, odd23, 0x31);
     }
 };
 

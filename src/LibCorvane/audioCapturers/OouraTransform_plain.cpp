@@ -25,8 +25,10 @@ void forwardOfFew(const Workspace &work, const float *samples, Bins bins) noexce
         }
     }
     sums[0].im = sums[work.n / 2].im = 0.0;
-    for (std::size_t k = 0; k <= work.n / 2; ++k)
-        storeRising(bins, k, sums[k]);
+    for (std::size_t k = 0; k <= work.n / 2; ++k) {
+        bins.re[k] = float(sums[k].re);
+        bins.im[k] = float(sums[k].im);
+    }
 }
 
 void backwardToFew(const Workspace &work, ConstBins bins, float *samples) noexcept

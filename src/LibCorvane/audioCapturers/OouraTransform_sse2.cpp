@@ -11,12 +11,18 @@ struct TwoLanes {
 
     static Real broadcast(double x) noexcept { return _mm_set1_pd(x); }
     static Real load(const double *from) noexcept { return _mm_loadu_pd(from); }
+    static Real loadFalling(const double *from) noexcept { return turned(load(from - 1)); }
     static void store(double *to, Real x) noexcept { _mm_storeu_pd(to, x); }
-    static Real reversed(Real x) noexcept { return _mm_shuffle_pd(x, x, 0b01); }
+    static void storeFalling(double *to, Real x) noexcept { store(to - 1, turned(x)); }
 
     static Real loadFloats(const float *from) noexcept
     {
         return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(as<__m128i>(from))));
+    }
+
+    static Real loadFloatsFalling(const float *from) noexcept
+    {
+        return turned(loadFloats(from - 1));
     }
 
     static void storeFloats(float *to, Real x) noexcept
@@ -24,7 +30,7 @@ struct TwoLanes {
         _mm_storel_epi64(as<__m128i>(to), _mm_castps_si128(_mm_cvtpd_ps(x)));
     }
 
-    static void storeFloatsReversed(float *to, Real x) noexcept { storeFloats(to, reversed(x)); }
+    static void storeFloatsFalling(float *to, Real x) noexcept { storeFloats(to - 1, turned(x)); }
 
     static void loadPairs(const float *from, Real &first, Real &second) noexcept
     {
@@ -62,6 +68,8 @@ struct TwoLanes {
     }
 
 private:
+    static Real turned(Real x) noexcept { return _mm_shuffle_pd(x, x, 0b01); }
+
     template <class To>
     static const To *as(const float *pointer) noexcept
     {
