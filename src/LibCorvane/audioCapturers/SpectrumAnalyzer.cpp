@@ -71,7 +71,7 @@ SetupResult createResampler(corvane::ResamplerHandle &resampler, const InputForm
     corvane::ResamplerHandle context(swr_alloc());
     if (!context)
         return SetupError{"[SpectrumAnalyzer]: Failed to create swrContext", std::nullopt};
-    if (const SetupResult error = setOptions(context.get(), input))
+    if (SetupResult error = setOptions(context.get(), input))
         return error;
     if (const int code = swr_init(context.get()); code < 0)
         return SetupError{"[SpectrumAnalyzer]: Failed to init swrContext: 0x", code};
@@ -139,9 +139,9 @@ SetupResult SpectrumAnalyzer::Private::setUp(const InputFormat &input)
     swrContext.reset();
     stereoFrame.reset();
     corvane::ResamplerHandle resampler;
-    if (const SetupResult error = createResampler(resampler, input))
+    if (SetupResult error = createResampler(resampler, input))
         return error;
-    if (const SetupResult error = createCacheFrame(cacheFrame, input))
+    if (SetupResult error = createCacheFrame(cacheFrame, input))
         return error;
     if (!isInterleaved(cacheFrame.get()))
         return SetupError{"[SpectrumAnalyzer]: Planar sample formats are not supported",
