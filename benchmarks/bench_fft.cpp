@@ -7,7 +7,6 @@
 #include <fftw3.h>
 #include <kiss_fftr.h>
 
-#include <random>
 #include <string>
 
 namespace {
@@ -117,16 +116,6 @@ private:
     std::vector<kiss_fft_cpx> m_out;
 };
 
-Floats noise(std::size_t size)
-{
-    std::mt19937 generator(1);
-    std::uniform_real_distribution<float> distribution(-1.0F, 1.0F);
-    Floats samples(size);
-    for (float &sample : samples)
-        sample = distribution(generator);
-    return samples;
-}
-
 // The distance to the exact bins, relative to them, both in the Euclidean norm.
 double relativeError(const Floats &samples, const Bins &bins)
 {
@@ -144,7 +133,7 @@ template <class Transform>
 void forward(benchmark::State &state, Transform &transform)
 {
     const auto size = std::size_t(state.range(0));
-    const Floats samples = noise(size);
+    const Floats samples = randomFloats(size, 1);
     Bins bins(size);
     transform.init(size);
     for (auto _ : state) {
