@@ -1,6 +1,8 @@
 #ifndef CORVANE_TESTS_FFTWREFERENCE_H
 #define CORVANE_TESTS_FFTWREFERENCE_H
 
+#include "TestSignals.h"
+
 #include <fftw3.h>
 
 #include <algorithm>
@@ -8,8 +10,6 @@
 #include <vector>
 
 namespace corvane::test {
-
-using Floats = std::vector<float>;
 
 /// Half a unit in the last place of a float, relative to its value, and the same of a double.
 inline const double kFloatRounding = std::ldexp(1.0, -24);

@@ -1,4 +1,5 @@
 #include "FftwReference.h"
+#include "TestSignals.h"
 #include "TransformPaths.h"
 
 #include <QtTest>
@@ -7,10 +8,8 @@
 #include <cfenv>
 #include <cmath>
 #include <cstdlib>
-#include <functional>
 #include <memory>
 #include <new>
-#include <random>
 #include <type_traits>
 #include <vector>
 
@@ -42,52 +41,6 @@ std::unique_ptr<AudioFFTImpl> makeTransform(const QString &pathName, std::size_t
     }
     transform->init(size);
     return transform;
-}
-
-Floats randomFloats(std::size_t count, unsigned seed)
-{
-    std::mt19937 generator(seed);
-    Floats values(count);
-    for (float &value : values)
-        value = float(std::ldexp(double(generator()), -31) - 1.0);
-    return values;
-}
-
-Floats sampled(std::size_t size, const std::function<double(std::size_t)> &value)
-{
-    Floats samples(size);
-    for (std::size_t n = 0; n < size; ++n)
-        samples[n] = float(value(n));
-    return samples;
-}
-
-// The phase of bin k at sample n, in radians, from an exactly reduced angle.
-double phase(std::size_t k, std::size_t n, std::size_t size)
-{
-    return 2.0 * M_PI * double(k * n % size) / double(size);
-}
-
-struct Signal {
-    const char *name;
-    Floats samples;
-};
-
-std::vector<Signal> signalsOf(std::size_t size)
-{
-    const std::size_t bin = size / 4 > 1 ? size / 8 + 1 : 1;
-    return {
-        {"noise", randomFloats(size, unsigned(size))},
-        {"an impulse at the start",
-         sampled(size, [](std::size_t n) { return n == 0 ? 1.0 : 0.0; })},
-        {"an impulse near the end",
-         sampled(size, [size](std::size_t n) { return n == size - 2 ? -0.5 : 0.0; })},
-        {"a constant", sampled(size, [](std::size_t) { return 0.75; })},
-        {"the Nyquist frequency",
-         sampled(size, [](std::size_t n) { return n % 2 == 0 ? 1.0 : -1.0; })},
-        {"a cosine", sampled(size, [=](std::size_t n) { return std::cos(phase(bin, n, size)); })},
-        {"a sine", sampled(size, [=](std::size_t n) { return std::sin(phase(bin, n, size)); })},
-        {"silence", Floats(size)},
-    };
 }
 
 bool isNear(double actual, double expected, double error)
@@ -137,6 +90,7 @@ private slots:
     void firstAndLastImaginaryPartAreZero();
     void ifftIgnoresFirstAndLastImaginaryPart();
 
+    void tablesFillTheirPlaceAndStateTheirLength();
     void transformsDoNotAllocate();
     void sameLengthAgainKeepsTheTables();
     void otherLengthReplacesTheTables();
@@ -348,6 +302,24 @@ void TestAudioFFT::ifftIgnoresFirstAndLastImaginaryPart()
     Floats second(2048);
     fft.ifft(second.data(), spectrum.re.data(), spectrum.im.data());
     QVERIFY(first == second);
+}
+
+void TestAudioFFT::tablesFillTheirPlaceAndStateTheirLength()
+{
+    for (int size = 4; size <= 65536; size *= 2) {
+        const auto quarter = std::size_t(size / 4);
+        std::vector<int> ip(3 + std::size_t(std::sqrt(double(size))), -7);
+        std::vector<double> w(2 * quarter + 1, qQNaN());
+        audiofft::detail::makewt(size / 4, ip.data(), w.data());
+        QVERIFY(std::isnan(w[quarter]));
+        audiofft::detail::makect(size / 4, ip.data(), w.data() + quarter);
+        QVERIFY(
+            std::none_of(w.begin() + quarter, w.end() - 1, [](double x) { return std::isnan(x); }));
+        QVERIFY(std::isnan(w.back()));
+        QCOMPARE(ip[0], size / 4);
+        QCOMPARE(ip[1], size / 4);
+        QCOMPARE(ip.back(), -7);
+    }
 }
 
 void TestAudioFFT::transformsDoNotAllocate()

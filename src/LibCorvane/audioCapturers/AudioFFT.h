@@ -66,7 +66,8 @@ private:
 ///
 /// \par Precision
 /// Everything in between is computed in double precision: a result is the exact transform of the
-/// given floats, off by its final rounding to float and by about 1e-15 of the spectrum's norm.
+/// given floats, off by its final rounding to float and by less than 1e-13 of the Euclidean norm of
+/// the whole result. The last bit may differ from one kind of processor to another.
 ///
 /// \par Memory
 /// The arrays are the caller's. They need no alignment; `data` holds N floats, `re` and `im` hold

@@ -99,7 +99,7 @@ inline void cft1st(const float *samples, Points a, const Tables &tables) noexcep
     const std::size_t quarter = tables.points / 4;
     const std::size_t stride = 4 * quarter / V::lanes;
     for (std::size_t r = 0; r < quarter; r += V::lanes) {
-        Four<V> p;
+        Four<V> p = {};
         V::loadPairs(samples + 2 * r, p.x0.re, p.x0.im);
         V::loadPairs(samples + 2 * (r + quarter), p.x1.re, p.x1.im);
         V::loadPairs(samples + 2 * (r + 2 * quarter), p.x2.re, p.x2.im);
@@ -120,7 +120,7 @@ inline void cft1stBackward(Points a, float *samples, double scale, const Tables 
     const auto factor = V::broadcast(scale);
     for (std::size_t r = 0; r < quarter; r += V::lanes) {
         const Points block = a + 4 * bitrv2(r, tables);
-        Four<V> p;
+        Four<V> p = {};
         V::loadTransposed(block.re, stride, p.x0.re, p.x1.re, p.x2.re, p.x3.re);
         V::loadTransposed(block.im, stride, p.x0.im, p.x1.im, p.x2.im, p.x3.im);
         p = inverseDft4(twist(p, tables.ofSamples<V>(r)));

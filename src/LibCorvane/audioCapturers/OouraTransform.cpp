@@ -13,7 +13,8 @@ double quarterSine(int k, int n) noexcept
 {
     if (k <= n / 8)
         return std::sin(2.0 * kPi * (double(k) / n));
-    return std::cos(2.0 * kPi * (double(n / 4 - k) / n));
+    const int rest = n / 4 - k;
+    return std::cos(2.0 * kPi * (double(rest) / n));
 }
 
 int reversedBits(int value, int bits) noexcept
@@ -51,8 +52,8 @@ void makewt(int nw, int *ip, double *w) noexcept
     double *blocks = w + quarter;
     blocks[0] = 1.0;
     const int bits = __builtin_ctz(unsigned(quarter));
-    for (int index = 0; index < quarter / 4; ++index)
-        makeBlock(reversedBits(index, bits), points, blocks + 4 * index);
+    for (int index = 0; index < quarter / 4; ++index, blocks += 4)
+        makeBlock(reversedBits(index, bits), points, blocks);
     const int halfBits = (bits + 1) / 2;
     for (int index = 0; index < 1 << halfBits; ++index)
         ip[2 + index] = reversedBits(index, halfBits);
