@@ -1,7 +1,7 @@
 // A whole block through the analyser, 2048 stereo frames of 16 bits in and the bins of two channels
 // out, beside the straightforward pipeline around FFTW that gives the same records.
 #include <LibCorvane/audioCapturers/SpectrumAnalyzer.h>
-#include <audioCapturers/SignalGenerator.h>
+#include <audioCapturers/PcmSignals.h>
 
 #include <benchmark/benchmark.h>
 #include <fftw3.h>

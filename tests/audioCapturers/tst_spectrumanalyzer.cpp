@@ -1,4 +1,4 @@
-#include "SignalGenerator.h"
+#include "PcmSignals.h"
 
 #include <LibCorvane/audioCapturers/SpectrumAnalyzer.h>
 #include <support/LogCapture.h>

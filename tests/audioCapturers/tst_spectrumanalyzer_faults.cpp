@@ -1,6 +1,6 @@
 // FFmpeg's functions that the analyser calls are replaced by ones that fail where a test says so.
 
-#include "SignalGenerator.h"
+#include "PcmSignals.h"
 
 #include <LibCorvane/audioCapturers/SpectrumAnalyzer.h>
 #include <support/Interpose.h>
