@@ -1,4 +1,4 @@
-# Headers, the library, the CMake package and the pkg-config file.
+# The library, its public headers, the CMake package and the pkg-config file.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/LibCorvane)
@@ -7,18 +7,48 @@ install(TARGETS LibCorvane EXPORT LibCorvaneTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(DIRECTORY src/LibCorvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE)
 install(EXPORT LibCorvaneTargets NAMESPACE LibCorvane:: DESTINATION ${package_dir})
+
+# Only what this system's library is made of: a header without its implementation is a trap.
+get_target_property(library_sources LibCorvane SOURCES)
+get_target_property(library_dir LibCorvane SOURCE_DIR)
+foreach(source IN LISTS library_sources)
+  file(RELATIVE_PATH header ${library_dir} ${library_dir}/${source})
+  if(IS_ABSOLUTE ${source})
+    file(RELATIVE_PATH header ${library_dir} ${source})
+  endif()
+  if(header MATCHES "\\.h$" AND NOT header MATCHES "_p\\.h$")
+    get_filename_component(folder ${header} DIRECTORY)
+    install(FILES ${library_dir}/${header}
+      DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/LibCorvane/${folder})
+  endif()
+endforeach()
 
 configure_package_config_file(cmake/LibCorvaneConfig.cmake.in
   ${PROJECT_BINARY_DIR}/LibCorvaneConfig.cmake INSTALL_DESTINATION ${package_dir})
+# Before 1.0 a minor version may change the interface.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/LibCorvaneConfigVersion.cmake
-  COMPATIBILITY SameMajorVersion)
+  COMPATIBILITY SameMinorVersion)
 install(FILES
   ${PROJECT_BINARY_DIR}/LibCorvaneConfig.cmake
   ${PROJECT_BINARY_DIR}/LibCorvaneConfigVersion.cmake
   DESTINATION ${package_dir})
 
+# The pkg-config file finds its prefix from its own place, unless the folders are fixed by an
+# absolute path, as some distributions do.
+set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+  set(pc_prefix ${CMAKE_INSTALL_PREFIX})
+else()
+  file(RELATIVE_PATH pc_to_prefix /${pc_dir} /)
+  string(REGEX REPLACE "/$" "" pc_to_prefix ${pc_to_prefix})
+  set(pc_prefix "\${pcfiledir}/${pc_to_prefix}")
+endif()
+foreach(kind LIBDIR INCLUDEDIR)
+  set(pc_${kind} "\${prefix}/${CMAKE_INSTALL_${kind}}")
+  if(IS_ABSOLUTE ${CMAKE_INSTALL_${kind}})
+    set(pc_${kind} ${CMAKE_INSTALL_${kind}})
+  endif()
+endforeach()
 configure_file(cmake/LibCorvane.pc.in ${PROJECT_BINARY_DIR}/LibCorvane.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/LibCorvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/LibCorvane.pc DESTINATION ${pc_dir})

@@ -1,0 +1,32 @@
+# What is installed: all that a host needs, nothing private, no path of this build.
+cmake_minimum_required(VERSION 3.16)
+file(GLOB_RECURSE files RELATIVE ${PREFIX} ${PREFIX}/*)
+
+foreach(needed
+    include/LibCorvane/ConfigurationManager.h
+    include/LibCorvane/Export.h
+    include/LibCorvane/audioCapturers/IAudioCapture.h
+    include/LibCorvane/audioCapturers/AudioCapManagerMac.h
+    ${LIBDIR}/cmake/LibCorvane/LibCorvaneConfig.cmake
+    ${LIBDIR}/cmake/LibCorvane/LibCorvaneConfigVersion.cmake
+    ${LIBDIR}/cmake/LibCorvane/LibCorvaneTargets.cmake
+    ${LIBDIR}/pkgconfig/LibCorvane.pc)
+  if(NOT needed IN_LIST files)
+    message(SEND_ERROR "not installed: ${needed}")
+  endif()
+endforeach()
+
+foreach(file IN LISTS files)
+  if(file MATCHES "_p\\.h$")
+    message(SEND_ERROR "a private header is installed: ${file}")
+  endif()
+  if(file MATCHES "\\.(cmake|pc|h)$")
+    file(READ ${PREFIX}/${file} text)
+    foreach(path ${SOURCE_DIR} ${BUILD_DIR} ${PREFIX})
+      string(FIND "${text}" "${path}" at)
+      if(NOT at EQUAL -1)
+        message(SEND_ERROR "${file} holds a path of the build: ${path}")
+      endif()
+    endforeach()
+  endif()
+endforeach()
