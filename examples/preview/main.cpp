@@ -25,18 +25,10 @@ Options readOptions(int argc, char **argv)
     return parseOptions(QCoreApplication::arguments());
 }
 
-// In sorted order; without the nameless one that Qt lists in place of none.
-QStringList namedDevices()
-{
-    QStringList devices = AudioCapManagerMac::instance()->allCapturers();
-    devices.removeAll(QString());
-    return devices;
-}
-
 int listDevices(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    const QStringList devices = namedDevices();
+    const QStringList devices = AudioCapManagerMac::instance()->allCapturers();
     if (devices.isEmpty())
         return say(stderr, QStringLiteral("There is no sound input device.\n"), 0);
     return say(stdout, devices.join(u'\n') + u'\n', 0);
@@ -52,7 +44,7 @@ int preview(const Options &options, int argc, char **argv)
     if (options.headless && !hasScreen() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
-    const QStringList devices = namedDevices();
+    const QStringList devices = AudioCapManagerMac::instance()->allCapturers();
     const QString device = options.device.isEmpty() ? devices.value(0) : options.device;
 
     if (options.headless && devices.isEmpty())
