@@ -168,7 +168,7 @@ public:
     /// it with setConfigPath().
     static QString gsConfigPath;
 
-signals:
+Q_SIGNALS:
     /// A setting was changed with setAppConfig(). Comes after the save: unless that failed, the new
     /// value stands in global.json already.
     /// \param path the key path as the caller of setAppConfig() wrote it.

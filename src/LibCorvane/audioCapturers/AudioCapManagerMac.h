@@ -77,7 +77,7 @@ public:
     /// The first id in sorted order, or a null string when there is no device.
     QString defaultCapturer() const;
 
-signals:
+Q_SIGNALS:
     /// A device was found. Emitted while the manager is constructed, before anyone can connect:
     /// use allCapturers().
     void capturerReady(QString id);

@@ -45,7 +45,7 @@ public:
     /// \param parent the usual QObject owner, or null.
     explicit IAudioCapture(QObject *parent = nullptr);
 
-signals:
+Q_SIGNALS:
     /// One analysed block of 2048 frames: two channels, left (1) first, right (2) second,
     /// whatever the number of channels of the device. Nothing is emitted while stopped.
     void spectrumsChanged(QVector<SoundChannel> spectrums);

@@ -52,7 +52,7 @@ public:
     /// capturer's spectrumsChanged()) dropped; 0 when \a data is null or \a len below 1.
     qint64 writeData(const char *data, qint64 len) override;
 
-signals:
+Q_SIGNALS:
     /// One analysed block: the left and the right channel.
     void spectrumChanged(QVector<SoundChannel> s);
 
