@@ -1,4 +1,4 @@
-#include "support/ConfigurationSupport.h"
+#include <support/ConfigurationSupport.h>
 
 #include <LibCorvane/ConfigurationManager.h>
 
@@ -18,7 +18,7 @@ static_assert(!std::is_copy_constructible_v<Manager>);
 static_assert(std::is_same_v<decltype(Manager::gsConfigPath), QString>);
 
 // One object per process: each test uses cache names or keys of its own.
-class tst_ConfigurationManager : public QObject {
+class TestConfigurationManager : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase();
@@ -50,7 +50,7 @@ private:
     QString m_root;
 };
 
-void tst_ConfigurationManager::initTestCase()
+void TestConfigurationManager::initTestCase()
 {
     QVERIFY(m_directory.isValid());
     m_root = m_directory.filePath("root");
@@ -60,14 +60,14 @@ void tst_ConfigurationManager::initTestCase()
     writeBytes(file("global.json"), "{}");
 }
 
-void tst_ConfigurationManager::isOneObjectWithoutParent()
+void TestConfigurationManager::isOneObjectWithoutParent()
 {
     QVERIFY(Manager::instance());
     QCOMPARE(Manager::instance(), Manager::instance());
     QVERIFY(!Manager::instance()->parent());
 }
 
-void tst_ConfigurationManager::hasOneSignalAndNoOtherMetaMember()
+void TestConfigurationManager::hasOneSignalAndNoOtherMetaMember()
 {
     const QMetaObject &meta = Manager::staticMetaObject;
     QCOMPARE(meta.methodCount() - meta.methodOffset(), 1);
@@ -76,13 +76,13 @@ void tst_ConfigurationManager::hasOneSignalAndNoOtherMetaMember()
     QCOMPARE(meta.propertyCount(), meta.propertyOffset());
 }
 
-void tst_ConfigurationManager::namesItsPaths()
+void TestConfigurationManager::namesItsPaths()
 {
     QCOMPARE(Manager::instance()->resourcesPath(), m_root + "/resources");
     QCOMPARE(Manager::instance()->logsPath(), m_root + "/logs");
 }
 
-void tst_ConfigurationManager::loadsAFileAtTheFirstUseOnly()
+void TestConfigurationManager::loadsAFileAtTheFirstUseOnly()
 {
     writeBytes(file("effects/once.json"), R"({"n": 1})");
     QJsonObject &object = Manager::instance()->jsonObject("effects/once");
@@ -93,7 +93,7 @@ void tst_ConfigurationManager::loadsAFileAtTheFirstUseOnly()
     QCOMPARE(object, (QJsonObject{{"changed", true}, {"n", 1}}));
 }
 
-void tst_ConfigurationManager::keepsTheResultOfAFailedLoad()
+void TestConfigurationManager::keepsTheResultOfAFailedLoad()
 {
     const LogCapture log;
     QVERIFY(Manager::instance()->jsonObject("late").isEmpty());
@@ -103,7 +103,7 @@ void tst_ConfigurationManager::keepsTheResultOfAFailedLoad()
     QCOMPARE(log.lines().size(), 1);
 }
 
-void tst_ConfigurationManager::keepsAColonInTheNameButNotInTheFile()
+void TestConfigurationManager::keepsAColonInTheNameButNotInTheFile()
 {
     Manager *manager = Manager::instance();
     writeBytes(file("controllers/a_b_c.json"), R"({"n": 1})");
@@ -121,7 +121,7 @@ void tst_ConfigurationManager::keepsAColonInTheNameButNotInTheFile()
     QCOMPARE(logged(log), QStringList());
 }
 
-void tst_ConfigurationManager::loadsWellFormedFiles_data()
+void TestConfigurationManager::loadsWellFormedFiles_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QJsonObject>("expected");
@@ -136,7 +136,7 @@ void tst_ConfigurationManager::loadsWellFormedFiles_data()
         << QByteArray("{\"größe\": \"五\"}") << QJsonObject{{"größe", "五"}};
 }
 
-void tst_ConfigurationManager::loadsWellFormedFiles()
+void TestConfigurationManager::loadsWellFormedFiles()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(QJsonObject, expected);
@@ -149,7 +149,7 @@ void tst_ConfigurationManager::loadsWellFormedFiles()
     QCOMPARE(bytesOf(path), bytes);
 }
 
-void tst_ConfigurationManager::logsWhatItCannotParse_data()
+void TestConfigurationManager::logsWhatItCannotParse_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("why");
@@ -160,7 +160,7 @@ void tst_ConfigurationManager::logsWhatItCannotParse_data()
         << QByteArray("{} x") << "garbage at the end of the document";
 }
 
-void tst_ConfigurationManager::logsWhatItCannotParse()
+void TestConfigurationManager::logsWhatItCannotParse()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(QString, why);
@@ -173,7 +173,7 @@ void tst_ConfigurationManager::logsWhatItCannotParse()
     QCOMPARE(bytesOf(path), bytes);
 }
 
-void tst_ConfigurationManager::logsWhatItCannotOpen()
+void TestConfigurationManager::logsWhatItCannotOpen()
 {
     const QTemporaryDir directory;
     const LogCapture log;
@@ -184,7 +184,7 @@ void tst_ConfigurationManager::logsWhatItCannotOpen()
                  + openFailure(directory.path(), "file to open is a directory"));
 }
 
-void tst_ConfigurationManager::loadsFromAnyPathWithoutTheCache()
+void TestConfigurationManager::loadsFromAnyPathWithoutTheCache()
 {
     const QString path = file("effects/direct.json");
     writeBytes(path, R"({"n": 1})");
@@ -195,7 +195,7 @@ void tst_ConfigurationManager::loadsFromAnyPathWithoutTheCache()
     QCOMPARE(Manager::instance()->jsonObject("effects/direct"), (QJsonObject{{"n", 3}}));
 }
 
-void tst_ConfigurationManager::hasManyNamesForTheGlobalObject()
+void TestConfigurationManager::hasManyNamesForTheGlobalObject()
 {
     Manager *manager = Manager::instance();
     QCOMPARE(&manager->AppConfigJsonObj(), &manager->jsonObject("global"));
@@ -212,7 +212,7 @@ void tst_ConfigurationManager::hasManyNamesForTheGlobalObject()
     }
 }
 
-void tst_ConfigurationManager::readsGlobalValues()
+void TestConfigurationManager::readsGlobalValues()
 {
     Manager *manager = Manager::instance();
     manager->globalJsonObj()["read"] = QJsonObject{{"options", QJsonObject{{"mode", 3}}}};
@@ -228,7 +228,7 @@ void tst_ConfigurationManager::readsGlobalValues()
     }
 }
 
-void tst_ConfigurationManager::setsGlobalValuesInMemoryOnly()
+void TestConfigurationManager::setsGlobalValuesInMemoryOnly()
 {
     Manager *manager = Manager::instance();
     manager->saveGlobalValues();
@@ -248,7 +248,7 @@ void tst_ConfigurationManager::setsGlobalValuesInMemoryOnly()
     QCOMPARE(changes.count(), 0);
 }
 
-void tst_ConfigurationManager::emitsAfterTheFileIsWritten()
+void TestConfigurationManager::emitsAfterTheFileIsWritten()
 {
     Manager *manager = Manager::instance();
     const QString path = QStringLiteral(".emits..Mode.");
@@ -266,7 +266,7 @@ void tst_ConfigurationManager::emitsAfterTheFileIsWritten()
     QCOMPARE(letters, path.constData());
 }
 
-void tst_ConfigurationManager::emitsWhenWritingFails()
+void TestConfigurationManager::emitsWhenWritingFails()
 {
     Manager *manager = Manager::instance();
     manager->globalJsonObj();
@@ -281,7 +281,7 @@ void tst_ConfigurationManager::emitsWhenWritingFails()
     QCOMPARE(changes, (QList<QVariantList>{{"unwritten"}}));
 }
 
-void tst_ConfigurationManager::savesAndEmitsForAPathWithoutKeys()
+void TestConfigurationManager::savesAndEmitsForAPathWithoutKeys()
 {
     Manager *manager = Manager::instance();
     const QJsonObject before = manager->globalJsonObj();
@@ -293,5 +293,5 @@ void tst_ConfigurationManager::savesAndEmitsForAPathWithoutKeys()
     QCOMPARE(changes, (QList<QVariantList>{{".."}}));
 }
 
-QTEST_GUILESS_MAIN(tst_ConfigurationManager)
+QTEST_GUILESS_MAIN(TestConfigurationManager)
 #include "tst_configurationmanager.moc"

@@ -1,4 +1,4 @@
-#include "support/ConfigurationSupport.h"
+#include <support/ConfigurationSupport.h>
 
 #include <QDir>
 #include <QFile>
@@ -32,7 +32,7 @@ QStringList entries(const QString &directory)
 
 } // namespace
 
-class tst_ConfigurationProcess : public QObject {
+class TestConfigurationProcess : public QObject {
     Q_OBJECT
 private slots:
     void init();
@@ -56,7 +56,7 @@ private:
     QScopedPointer<QTemporaryDir> m_directory;
 };
 
-void tst_ConfigurationProcess::init()
+void TestConfigurationProcess::init()
 {
     m_directory.reset(new QTemporaryDir);
     QVERIFY(m_directory->isValid());
@@ -65,7 +65,7 @@ void tst_ConfigurationProcess::init()
 }
 
 /// Runs a program with a home directory of its own.
-Result tst_ConfigurationProcess::run(const QString &program, const QStringList &arguments) const
+Result TestConfigurationProcess::run(const QString &program, const QStringList &arguments) const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("HOME", path("home"));
@@ -81,7 +81,7 @@ Result tst_ConfigurationProcess::run(const QString &program, const QStringList &
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
-void tst_ConfigurationProcess::usesThePathSetBeforeTheFirstUse()
+void TestConfigurationProcess::usesThePathSetBeforeTheFirstUse()
 {
     const QString root = path("root");
     const Result result = host({"setConfigPath", root, "gsConfigPath", "configPath"});
@@ -93,7 +93,7 @@ void tst_ConfigurationProcess::usesThePathSetBeforeTheFirstUse()
     QCOMPARE(entries(path("home")), QStringList());
 }
 
-void tst_ConfigurationProcess::ignoresAPathSetAfterTheFirstUse()
+void TestConfigurationProcess::ignoresAPathSetAfterTheFirstUse()
 {
     const QString root = path("root");
     const QString late = path("late");
@@ -105,14 +105,14 @@ void tst_ConfigurationProcess::ignoresAPathSetAfterTheFirstUse()
     QCOMPARE(bytesOf(root + "/global.json"), QByteArray("{\n    \"key\": \"value\"\n}\n"));
 }
 
-void tst_ConfigurationProcess::usesQtsLocationByDefault_data()
+void TestConfigurationProcess::usesQtsLocationByDefault_data()
 {
     QTest::addColumn<QStringList>("before");
     QTest::newRow("no path set") << QStringList{};
     QTest::newRow("an empty path set") << QStringList{"setConfigPath", ""};
 }
 
-void tst_ConfigurationProcess::usesQtsLocationByDefault()
+void TestConfigurationProcess::usesQtsLocationByDefault()
 {
     QFETCH(QStringList, before);
     const Result result = host(before + QStringList{"standardPath", "configPath"});
@@ -125,7 +125,7 @@ void tst_ConfigurationProcess::usesQtsLocationByDefault()
     QCOMPARE(result.log, QByteArray());
 }
 
-void tst_ConfigurationProcess::readsNoFileUntilAsked()
+void TestConfigurationProcess::readsNoFileUntilAsked()
 {
     QVERIFY(QDir().mkdir(path("root")));
     writeBytes(path("root/global.json"), "broken");
@@ -139,7 +139,7 @@ void tst_ConfigurationProcess::readsNoFileUntilAsked()
                  .arg(path("root/global.json")));
 }
 
-void tst_ConfigurationProcess::makesNoParentOfTheDataRoot()
+void TestConfigurationProcess::makesNoParentOfTheDataRoot()
 {
     const QString root = path("missing/root");
     const Result quiet = host({"setConfigPath", root, "configPath"});
@@ -158,7 +158,7 @@ void tst_ConfigurationProcess::makesNoParentOfTheDataRoot()
     QVERIFY(!QFile::exists(path("missing")));
 }
 
-void tst_ConfigurationProcess::isSilentWhenADirectoryCannotBeMade()
+void TestConfigurationProcess::isSilentWhenADirectoryCannotBeMade()
 {
     QVERIFY(QDir().mkdir(path("root")));
     writeBytes(path("root/effects"), "a file in the way");
@@ -169,7 +169,7 @@ void tst_ConfigurationProcess::isSilentWhenADirectoryCannotBeMade()
     QCOMPARE(bytesOf(path("root/effects")), QByteArray("a file in the way"));
 }
 
-void tst_ConfigurationProcess::keepsWhatIsInTheDataRoot()
+void TestConfigurationProcess::keepsWhatIsInTheDataRoot()
 {
     QVERIFY(QDir().mkpath(path("root/logs")));
     writeBytes(path("root/logs/old.log"), "old");
@@ -181,7 +181,7 @@ void tst_ConfigurationProcess::keepsWhatIsInTheDataRoot()
     QCOMPARE(bytesOf(path("root/config.json")), QByteArray("the host's own"));
 }
 
-void tst_ConfigurationProcess::losesUnsavedChangesAtExit()
+void TestConfigurationProcess::losesUnsavedChangesAtExit()
 {
     QVERIFY(QDir().mkdir(path("root")));
     const QByteArray before = R"({"key":"old"})";
@@ -194,7 +194,7 @@ void tst_ConfigurationProcess::losesUnsavedChangesAtExit()
     QCOMPARE(result.log, QByteArray());
 }
 
-void tst_ConfigurationProcess::keepsSavedChangesAcrossProcesses()
+void TestConfigurationProcess::keepsSavedChangesAcrossProcesses()
 {
     const QStringList root{"setConfigPath", path("root")};
     QCOMPARE(host(root + QStringList{"setAppConfig", "a.ключ", "значение"}).exitCode, 0);
@@ -204,7 +204,7 @@ void tst_ConfigurationProcess::keepsSavedChangesAcrossProcesses()
 }
 
 // The disk is a small one of the child's own, seen by nobody else and gone with the child.
-void tst_ConfigurationProcess::survivesAFullDisk()
+void TestConfigurationProcess::survivesAFullDisk()
 {
     const QString disk = path("disk");
     QVERIFY(QDir().mkdir(disk));
@@ -233,5 +233,5 @@ void tst_ConfigurationProcess::survivesAFullDisk()
                  .arg(root));
 }
 
-QTEST_GUILESS_MAIN(tst_ConfigurationProcess)
+QTEST_GUILESS_MAIN(TestConfigurationProcess)
 #include "tst_configurationprocess.moc"

@@ -1,4 +1,4 @@
-#include "support/ConfigurationSupport.h"
+#include <support/ConfigurationSupport.h>
 
 #include <LibCorvane/ConfigurationManager.h>
 
@@ -35,7 +35,7 @@ void setMode(const QString &path, mode_t mode)
 } // namespace
 
 // One object per process: each test uses cache names of its own.
-class tst_ConfigurationSaving : public QObject {
+class TestConfigurationSaving : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase();
@@ -58,7 +58,7 @@ private:
     QString m_root;
 };
 
-void tst_ConfigurationSaving::initTestCase()
+void TestConfigurationSaving::initTestCase()
 {
     QVERIFY(m_directory.isValid());
     m_root = m_directory.filePath("root");
@@ -68,7 +68,7 @@ void tst_ConfigurationSaving::initTestCase()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-void tst_ConfigurationSaving::savesIndentedUtf8()
+void TestConfigurationSaving::savesIndentedUtf8()
 {
     QJsonObject &object = newObject("effects/indented");
     object["z"] = QJsonArray{1, 2.5, "größe"};
@@ -90,7 +90,7 @@ void tst_ConfigurationSaving::savesIndentedUtf8()
     QCOMPARE(logged(log), QStringList());
 }
 
-void tst_ConfigurationSaving::savesAnEmptyObjectOverAFileThatWasNeverLoaded()
+void TestConfigurationSaving::savesAnEmptyObjectOverAFileThatWasNeverLoaded()
 {
     const QString path = file("controllers/never loaded.json");
     writeBytes(path, "not even JSON, and longer than what comes");
@@ -102,7 +102,7 @@ void tst_ConfigurationSaving::savesAnEmptyObjectOverAFileThatWasNeverLoaded()
     QCOMPARE(logged(log), QStringList());
 }
 
-void tst_ConfigurationSaving::savesOverAMalformedFile()
+void TestConfigurationSaving::savesOverAMalformedFile()
 {
     writeBytes(file("malformed.json"), R"({"lost": 1, )");
     const LogCapture log;
@@ -114,7 +114,7 @@ void tst_ConfigurationSaving::savesOverAMalformedFile()
     QCOMPARE(files, QStringList{"malformed.json"});
 }
 
-void tst_ConfigurationSaving::savesAShorterDocumentOverALongerOne()
+void TestConfigurationSaving::savesAShorterDocumentOverALongerOne()
 {
     QJsonObject &object = newObject("effects/shrinks");
     object["text"] = QString(50000, 'x');
@@ -125,7 +125,7 @@ void tst_ConfigurationSaving::savesAShorterDocumentOverALongerOne()
     QCOMPARE(bytesOf(file("effects/shrinks.json")), QByteArray("{\n    \"text\": \"short\"\n}\n"));
 }
 
-void tst_ConfigurationSaving::savesOverAFileThatItMayNotRemove()
+void TestConfigurationSaving::savesOverAFileThatItMayNotRemove()
 {
     const QString folder = file("locked");
     const QString path = folder + "/kept.json";
@@ -147,7 +147,7 @@ void tst_ConfigurationSaving::savesOverAFileThatItMayNotRemove()
     QCOMPARE(logged(log), QStringList());
 }
 
-void tst_ConfigurationSaving::savesEveryObjectInSpiteOfAFailure()
+void TestConfigurationSaving::savesEveryObjectInSpiteOfAFailure()
 {
     LogCapture log;
     for (const char *name : {"effects/all 1", "missing folder/all 2", "controllers/all:3"})
@@ -162,7 +162,7 @@ void tst_ConfigurationSaving::savesEveryObjectInSpiteOfAFailure()
     QCOMPARE(logged(log).filter("all 2"), failure);
 }
 
-void tst_ConfigurationSaving::leavesNoFileWhenOpeningFails()
+void TestConfigurationSaving::leavesNoFileWhenOpeningFails()
 {
     const QString path = file("effects/unopened.json");
     writeBytes(path, R"({"old": 1})");
@@ -181,7 +181,7 @@ void tst_ConfigurationSaving::leavesNoFileWhenOpeningFails()
     QCOMPARE(log.lines().size(), 1);
 }
 
-void tst_ConfigurationSaving::makesNoDirectoryForASave()
+void TestConfigurationSaving::makesNoDirectoryForASave()
 {
     const LogCapture log;
     manager()->saveJsonObject("absent/name");
@@ -189,7 +189,7 @@ void tst_ConfigurationSaving::makesNoDirectoryForASave()
     QVERIFY(!QFile::exists(file("absent")));
 }
 
-void tst_ConfigurationSaving::leavesADirectoryInTheFilesPlace()
+void TestConfigurationSaving::leavesADirectoryInTheFilesPlace()
 {
     const QString path = file("effects/folder.json");
     QVERIFY(QDir().mkpath(path + "/inner"));
@@ -199,7 +199,7 @@ void tst_ConfigurationSaving::leavesADirectoryInTheFilesPlace()
     QVERIFY(QFile::exists(path + "/inner"));
 }
 
-void tst_ConfigurationSaving::endsAWriteThatMakesNoProgress_data()
+void TestConfigurationSaving::endsAWriteThatMakesNoProgress_data()
 {
     QTest::addColumn<int>("limit");
     QTest::addColumn<int>("letters");
@@ -209,7 +209,7 @@ void tst_ConfigurationSaving::endsAWriteThatMakesNoProgress_data()
     QTest::newRow("a large document, a part fits") << 20000 << 1000000;
 }
 
-void tst_ConfigurationSaving::endsAWriteThatMakesNoProgress()
+void TestConfigurationSaving::endsAWriteThatMakesNoProgress()
 {
     QFETCH(int, limit);
     QFETCH(int, letters);
@@ -230,5 +230,5 @@ void tst_ConfigurationSaving::endsAWriteThatMakesNoProgress()
     QCOMPARE(log.lines().size(), 1);
 }
 
-QTEST_GUILESS_MAIN(tst_ConfigurationSaving)
+QTEST_GUILESS_MAIN(TestConfigurationSaving)
 #include "tst_configurationsaving.moc"

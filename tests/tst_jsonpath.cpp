@@ -45,7 +45,7 @@ constexpr const char *kSettings = R"({
 
 } // namespace
 
-class tst_JsonPath : public QObject {
+class TestJsonPath : public QObject {
     Q_OBJECT
 private slots:
     void splits_data();
@@ -67,7 +67,7 @@ private slots:
     void arrayIndex();
 };
 
-void tst_JsonPath::splits_data()
+void TestJsonPath::splits_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QStringList>("keys");
@@ -82,14 +82,14 @@ void tst_JsonPath::splits_data()
     QTest::newRow("the empty path has no keys") << "" << QStringList{};
 }
 
-void tst_JsonPath::splits()
+void TestJsonPath::splits()
 {
     QFETCH(QString, path);
     QFETCH(QStringList, keys);
     QCOMPARE(corvane::jsonPathKeys(path), keys);
 }
 
-void tst_JsonPath::reads_data()
+void TestJsonPath::reads_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QJsonValue>("expected");
@@ -121,7 +121,7 @@ void tst_JsonPath::reads_data()
     QTest::newRow("dots only give Undefined") << "..." << undefined;
 }
 
-void tst_JsonPath::reads()
+void TestJsonPath::reads()
 {
     QFETCH(QString, path);
     QFETCH(QJsonValue, expected);
@@ -131,7 +131,7 @@ void tst_JsonPath::reads()
     QCOMPARE(object, parse(kSettings));
 }
 
-void tst_JsonPath::readsTheWholeObjectAtTheEmptyPath()
+void TestJsonPath::readsTheWholeObjectAtTheEmptyPath()
 {
     const QJsonObject object = parse(kSettings);
     QCOMPARE(corvane::jsonValueAt(object, ""), QJsonValue(object));
@@ -140,14 +140,14 @@ void tst_JsonPath::readsTheWholeObjectAtTheEmptyPath()
     QCOMPARE(Manager::valWithXPath({}, ""), QJsonValue(QJsonObject()));
 }
 
-void tst_JsonPath::readsFromAnEmptyObject()
+void TestJsonPath::readsFromAnEmptyObject()
 {
     QVERIFY(Manager::valWithXPath({}, "x").isUndefined());
     QVERIFY(Manager::valWithXPath({}, "x.y").isNull());
     QVERIFY(Manager::valWithXPath(parse(R"({"a": {}})"), "a.x").isUndefined());
 }
 
-void tst_JsonPath::writes_data()
+void TestJsonPath::writes_data()
 {
     QTest::addColumn<QByteArray>("before");
     QTest::addColumn<QString>("path");
@@ -185,7 +185,7 @@ void tst_JsonPath::writes_data()
     row("dots only change nothing", R"({"a":1})", "..", 2, R"({"a":1})");
 }
 
-void tst_JsonPath::writes()
+void TestJsonPath::writes()
 {
     QFETCH(QByteArray, before);
     QFETCH(QString, path);
@@ -210,7 +210,7 @@ void tst_JsonPath::writes()
     QCOMPARE(QJsonDocument(byPath).toJson(QJsonDocument::Compact), after);
 }
 
-void tst_JsonPath::writesOddKeysOfAList_data()
+void TestJsonPath::writesOddKeysOfAList_data()
 {
     QTest::addColumn<QStringList>("keys");
     QTest::addColumn<QByteArray>("after");
@@ -220,7 +220,7 @@ void tst_JsonPath::writesOddKeysOfAList_data()
     QTest::newRow("an empty first key") << QStringList{"", "a"} << QByteArray(R"({"":{"a":1}})");
 }
 
-void tst_JsonPath::writesOddKeysOfAList()
+void TestJsonPath::writesOddKeysOfAList()
 {
     QFETCH(QStringList, keys);
     QFETCH(QByteArray, after);
@@ -229,7 +229,7 @@ void tst_JsonPath::writesOddKeysOfAList()
     QCOMPARE(QJsonDocument(object).toJson(QJsonDocument::Compact), after);
 }
 
-void tst_JsonPath::returnsTheChangedObject()
+void TestJsonPath::returnsTheChangedObject()
 {
     QJsonObject object{{"z", 0}};
     const QJsonValue result = Manager::setValWithXPath(object, QStringList{"a", "b"}, 1);
@@ -240,7 +240,7 @@ void tst_JsonPath::returnsTheChangedObject()
     QCOMPARE(object, parse(R"({"a":{"b":2},"z":0})"));
 }
 
-void tst_JsonPath::leavesTheCallersKeysAlone()
+void TestJsonPath::leavesTheCallersKeysAlone()
 {
     const QStringList keys{"a", "b", "c"};
     QJsonObject object;
@@ -248,7 +248,7 @@ void tst_JsonPath::leavesTheCallersKeysAlone()
     QCOMPARE(keys, (QStringList{"a", "b", "c"}));
 }
 
-void tst_JsonPath::leavesOtherHoldersOfTheDataAlone()
+void TestJsonPath::leavesOtherHoldersOfTheDataAlone()
 {
     QJsonObject object = parse(kSettings);
     const QJsonObject copy = object;
@@ -259,14 +259,14 @@ void tst_JsonPath::leavesOtherHoldersOfTheDataAlone()
     QCOMPARE(inner["mode"], QJsonValue(3));
 }
 
-void tst_JsonPath::storesTheObjectInItself()
+void TestJsonPath::storesTheObjectInItself()
 {
     QJsonObject object = parse(R"({"a":{"b":1}})");
     Manager::setValWithXPath(object, QStringLiteral("a.c"), object);
     QCOMPARE(object, parse(R"({"a":{"b":1,"c":{"a":{"b":1}}}})"));
 }
 
-void tst_JsonPath::buildsADeepTree()
+void TestJsonPath::buildsADeepTree()
 {
     const QString path = QStringLiteral("k.").repeated(200) + "end";
     QJsonObject object;
@@ -275,7 +275,7 @@ void tst_JsonPath::buildsADeepTree()
     QCOMPARE(object.keys(), QStringList{"k"});
 }
 
-void tst_JsonPath::arrayIndex_data()
+void TestJsonPath::arrayIndex_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("found");
@@ -300,7 +300,7 @@ void tst_JsonPath::arrayIndex_data()
     QTest::newRow("empty text") << "" << false << unchanged;
 }
 
-void tst_JsonPath::arrayIndex()
+void TestJsonPath::arrayIndex()
 {
     QFETCH(QString, text);
     QFETCH(bool, found);
@@ -309,5 +309,5 @@ void tst_JsonPath::arrayIndex()
     QTEST(result, "index");
 }
 
-QTEST_APPLESS_MAIN(tst_JsonPath)
+QTEST_APPLESS_MAIN(TestJsonPath)
 #include "tst_jsonpath.moc"

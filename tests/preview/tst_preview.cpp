@@ -2,7 +2,7 @@
 
 #include "PictureProbe.h"
 #include "Theme.h"
-#include "support/SoundServer.h"
+#include <support/SoundServer.h>
 
 #include <algorithm>
 #include <cmath>
@@ -43,7 +43,7 @@ QRegularExpression statusForm()
 
 } // namespace
 
-class PreviewTest : public QObject {
+class TestPreview : public QObject {
     Q_OBJECT
 private slots:
     void init();
@@ -64,7 +64,7 @@ private:
     std::unique_ptr<SoundServer> m_server;
 };
 
-void PreviewTest::init()
+void TestPreview::init()
 {
     m_directory = std::make_unique<QTemporaryDir>();
     m_server = std::make_unique<SoundServer>(QStringList{
@@ -75,12 +75,12 @@ void PreviewTest::init()
     QVERIFY2(m_server->isRunning(), qPrintable(m_server->log()));
 }
 
-void PreviewTest::cleanup()
+void TestPreview::cleanup()
 {
     m_server.reset();
 }
 
-void PreviewTest::hearsTheToneAndDrawsIt()
+void TestPreview::hearsTheToneAndDrawsIt()
 {
     const Outcome outcome =
         runPreview({"--headless", "--device", "tone", "--snapshot", file("picture.png")});
@@ -104,7 +104,7 @@ void PreviewTest::hearsTheToneAndDrawsIt()
     }
 }
 
-void PreviewTest::printsAStatusLineEachSecond()
+void TestPreview::printsAStatusLineEachSecond()
 {
     const Outcome outcome = runPreview({"--headless", "--device", "tone", "--seconds", "2"});
     QVERIFY2(outcome.status == 0, qPrintable(outcome.errors));
@@ -113,35 +113,35 @@ void PreviewTest::printsAStatusLineEachSecond()
         QVERIFY2(statusForm().match(line).hasMatch(), qPrintable(line));
 }
 
-void PreviewTest::listsTheDevices()
+void TestPreview::listsTheDevices()
 {
     const Outcome outcome = runPreview({"--list"});
     QCOMPARE(outcome.status, 0);
     QCOMPARE(outcome.lines, QStringList({"silence.monitor", "tone"}));
 }
 
-void PreviewTest::fallsBackToTheFirstDevice()
+void TestPreview::fallsBackToTheFirstDevice()
 {
     const Outcome outcome = runPreview({"--headless", "--snapshot", file("picture.png")});
     QVERIFY2(outcome.status == 0, qPrintable(outcome.errors));
     QVERIFY(outcome.lines.last().endsWith("loudest none, peaks left silent, right silent"));
 }
 
-void PreviewTest::rejectsAnUnknownDevice()
+void TestPreview::rejectsAnUnknownDevice()
 {
     const Outcome outcome = runPreview({"--headless", "--device", "tuba"});
     QCOMPARE(outcome.status, 2);
     QVERIFY2(outcome.errors.contains("tuba"), qPrintable(outcome.errors));
 }
 
-void PreviewTest::rejectsBadArguments()
+void TestPreview::rejectsBadArguments()
 {
     const Outcome outcome = runPreview({"--headless", "--seconds", "soon"});
     QCOMPARE(outcome.status, 2);
     QVERIFY2(outcome.errors.contains("soon"), qPrintable(outcome.errors));
 }
 
-void PreviewTest::saysThatThereIsNoDevice()
+void TestPreview::saysThatThereIsNoDevice()
 {
     m_server->crash();
     const Outcome outcome = runPreview({"--headless", "--seconds", "2"});
@@ -150,7 +150,7 @@ void PreviewTest::saysThatThereIsNoDevice()
              qPrintable(outcome.errors));
 }
 
-void PreviewTest::saysThatThePictureCannotBeWritten()
+void TestPreview::saysThatThePictureCannotBeWritten()
 {
     const Outcome outcome =
         runPreview({"--headless", "--device", "tone", "--snapshot", file("missing/picture.png")});
@@ -158,5 +158,5 @@ void PreviewTest::saysThatThePictureCannotBeWritten()
     QVERIFY2(outcome.errors.contains("picture.png"), qPrintable(outcome.errors));
 }
 
-QTEST_GUILESS_MAIN(PreviewTest)
+QTEST_GUILESS_MAIN(TestPreview)
 #include "tst_preview.moc"

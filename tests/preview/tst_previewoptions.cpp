@@ -2,7 +2,7 @@
 
 #include "Options.h"
 
-class PreviewOptionsTest : public QObject {
+class TestPreviewOptions : public QObject {
     Q_OBJECT
 private slots:
     void showsTheWindowByDefault();
@@ -14,7 +14,7 @@ private slots:
     void rejects();
 };
 
-void PreviewOptionsTest::showsTheWindowByDefault()
+void TestPreviewOptions::showsTheWindowByDefault()
 {
     const Options options = parseOptions({"corvane-preview"});
     QCOMPARE(options.task, Options::Task::Preview);
@@ -24,7 +24,7 @@ void PreviewOptionsTest::showsTheWindowByDefault()
     QVERIFY(options.device.isEmpty());
 }
 
-void PreviewOptionsTest::readsEveryOption()
+void TestPreviewOptions::readsEveryOption()
 {
     const Options options = parseOptions({"corvane-preview", "--headless", "--seconds", "7",
                                           "--snapshot", "a b.png", "--device", "Mikrofon (außen)"});
@@ -35,12 +35,12 @@ void PreviewOptionsTest::readsEveryOption()
     QCOMPARE(options.device, QString("Mikrofon (außen)"));
 }
 
-void PreviewOptionsTest::letsTheLastOfTwoWin()
+void TestPreviewOptions::letsTheLastOfTwoWin()
 {
     QCOMPARE(parseOptions({"corvane-preview", "--seconds", "7", "--seconds", "2"}).seconds, 2);
 }
 
-void PreviewOptionsTest::answersHelpAndVersion()
+void TestPreviewOptions::answersHelpAndVersion()
 {
     const Options help = parseOptions({"corvane-preview", "--help"});
     QCOMPARE(help.task, Options::Task::ShowHelp);
@@ -52,12 +52,12 @@ void PreviewOptionsTest::answersHelpAndVersion()
     QVERIFY(version.message.startsWith("corvane-preview "));
 }
 
-void PreviewOptionsTest::listsDevices()
+void TestPreviewOptions::listsDevices()
 {
     QCOMPARE(parseOptions({"corvane-preview", "--list"}).task, Options::Task::ListDevices);
 }
 
-void PreviewOptionsTest::rejects_data()
+void TestPreviewOptions::rejects_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("culprit");
@@ -70,7 +70,7 @@ void PreviewOptionsTest::rejects_data()
     QTest::newRow("an empty file name") << QStringList{"--snapshot", ""} << "snapshot";
 }
 
-void PreviewOptionsTest::rejects()
+void TestPreviewOptions::rejects()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, culprit);
@@ -79,5 +79,5 @@ void PreviewOptionsTest::rejects()
     QVERIFY2(options.message.contains(culprit), qPrintable(options.message));
 }
 
-QTEST_GUILESS_MAIN(PreviewOptionsTest)
+QTEST_GUILESS_MAIN(TestPreviewOptions)
 #include "tst_previewoptions.moc"

@@ -28,7 +28,7 @@ QImage pictureOf(QWidget &widget)
 
 } // namespace
 
-class PreviewPictureTest : public QObject {
+class TestPreviewPicture : public QObject {
     Q_OBJECT
 private slots:
     void drawsABarForEachBin();
@@ -40,7 +40,7 @@ private slots:
     void cannotSaveIntoAMissingFolder();
 };
 
-void PreviewPictureTest::drawsABarForEachBin()
+void TestPreviewPicture::drawsABarForEachBin()
 {
     SpectrumView view;
     view.resize(800, 400);
@@ -50,7 +50,7 @@ void PreviewPictureTest::drawsABarForEachBin()
     QCOMPARE(highestBar(heights), 20);
 }
 
-void PreviewPictureTest::drawsTheChannelsApart()
+void TestPreviewPicture::drawsTheChannelsApart()
 {
     SpectrumView view;
     view.resize(800, 400);
@@ -60,7 +60,7 @@ void PreviewPictureTest::drawsTheChannelsApart()
     QCOMPARE(highestBar(barHeights(picture, theme::kRight)), 40);
 }
 
-void PreviewPictureTest::drawsFullScaleAsTheWholeHeight()
+void TestPreviewPicture::drawsFullScaleAsTheWholeHeight()
 {
     SpectrumView view;
     view.resize(800, 400);
@@ -74,7 +74,7 @@ void PreviewPictureTest::drawsFullScaleAsTheWholeHeight()
     QVERIFY2(qAbs(full - 2 * half) <= 4, qPrintable(QString("%1 %2").arg(full).arg(half)));
 }
 
-void PreviewPictureTest::forgetsTheSoundOfAnotherDevice()
+void TestPreviewPicture::forgetsTheSoundOfAnotherDevice()
 {
     PreviewWindow window({"one", "two"});
     window.showBlock({channelWith(20, kFullScale), channelWith(20, kFullScale)});
@@ -83,7 +83,7 @@ void PreviewPictureTest::forgetsTheSoundOfAnotherDevice()
     QVERIFY(barHeights(pictureOf(window), theme::kLeft).isEmpty());
 }
 
-void PreviewPictureTest::ignoresABlockWithoutBothChannels()
+void TestPreviewPicture::ignoresABlockWithoutBothChannels()
 {
     SpectrumView view;
     view.resize(800, 400);
@@ -92,7 +92,7 @@ void PreviewPictureTest::ignoresABlockWithoutBothChannels()
     QVERIFY(barHeights(pictureOf(view), theme::kLeft).isEmpty());
 }
 
-void PreviewPictureTest::showsAWindowWithoutDevices()
+void TestPreviewPicture::showsAWindowWithoutDevices()
 {
     PreviewWindow window({});
     const QImage before = pictureOf(window);
@@ -101,7 +101,7 @@ void PreviewPictureTest::showsAWindowWithoutDevices()
     QVERIFY(pictureOf(window) != before);
 }
 
-void PreviewPictureTest::cannotSaveIntoAMissingFolder()
+void TestPreviewPicture::cannotSaveIntoAMissingFolder()
 {
     const QTemporaryDir directory;
     PreviewWindow window({});
@@ -109,5 +109,5 @@ void PreviewPictureTest::cannotSaveIntoAMissingFolder()
     QVERIFY(!window.savePicture(directory.filePath("missing/picture.png")));
 }
 
-QTEST_MAIN(PreviewPictureTest)
+QTEST_MAIN(TestPreviewPicture)
 #include "tst_previewpicture.moc"

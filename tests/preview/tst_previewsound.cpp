@@ -53,7 +53,7 @@ SoundChannel silence()
 
 } // namespace
 
-class PreviewSoundTest : public QObject {
+class TestPreviewSound : public QObject {
     Q_OBJECT
 private slots:
     void findsTheFrequencyOfASine_data();
@@ -71,7 +71,7 @@ private slots:
     void writesSilenceAsWords();
 };
 
-void PreviewSoundTest::findsTheFrequencyOfASine_data()
+void TestPreviewSound::findsTheFrequencyOfASine_data()
 {
     QTest::addColumn<double>("frequency");
     QTest::newRow("a tone in the middle of a bin") << 20 * kRate / kFrames;
@@ -81,7 +81,7 @@ void PreviewSoundTest::findsTheFrequencyOfASine_data()
     QTest::newRow("a tone near the upper end") << 930.0;
 }
 
-void PreviewSoundTest::findsTheFrequencyOfASine()
+void TestPreviewSound::findsTheFrequencyOfASine()
 {
     QFETCH(double, frequency);
     const auto found = loudestPartial({sine(frequency, 0.5), silence()});
@@ -92,21 +92,21 @@ void PreviewSoundTest::findsTheFrequencyOfASine()
              qPrintable(QString::number(found->frequency)));
 }
 
-void PreviewSoundTest::takesTheLouderChannel()
+void TestPreviewSound::takesTheLouderChannel()
 {
     const auto found = loudestPartial({sine(300.0, 0.1), sine(700.0, 0.9)});
     QVERIFY(found.has_value());
     QVERIFY(std::abs(found->frequency - 700.0) < 1.0);
 }
 
-void PreviewSoundTest::hasNoFrequencyForSilence()
+void TestPreviewSound::hasNoFrequencyForSilence()
 {
     QVERIFY(!loudestPartial({silence(), silence()}).has_value());
     QVERIFY(!loudestPartial({}).has_value());
     QVERIFY(!loudestPartial({SoundChannel(), SoundChannel()}).has_value());
 }
 
-void PreviewSoundTest::staysInTheBandAtItsEnds()
+void TestPreviewSound::staysInTheBandAtItsEnds()
 {
     SoundChannel channel = silence();
     channel.spectrums[0].amplitude = 3.0F;
@@ -116,13 +116,13 @@ void PreviewSoundTest::staysInTheBandAtItsEnds()
     QVERIFY(std::abs(loudestPartial({channel})->frequency - 45 * kRate / kFrames) < 0.01);
 }
 
-void PreviewSoundTest::undoesTheNominalFrequency()
+void TestPreviewSound::undoesTheNominalFrequency()
 {
     const double nominal = 20 * kRate / 1025.0;
     QVERIFY(std::abs(physicalFrequency(nominal) - 20 * kRate / 2048.0) < 1e-9);
 }
 
-void PreviewSoundTest::measuresAgainstAFullScaleSine()
+void TestPreviewSound::measuresAgainstAFullScaleSine()
 {
     // The window halves the 1024 that a sine of amplitude 1 brings into its bin.
     QVERIFY(std::abs(levelDecibel(amplitudeOfBin(20, 20 * kRate / kFrames, 1.0))) < 0.01F);
@@ -130,7 +130,7 @@ void PreviewSoundTest::measuresAgainstAFullScaleSine()
     QVERIFY(std::isinf(levelDecibel(0.0F)));
 }
 
-void PreviewSoundTest::fillsBarsFromTheFloorToFullScale()
+void TestPreviewSound::fillsBarsFromTheFloorToFullScale()
 {
     QCOMPARE(filledPart(0.0F), 1.0F);
     QCOMPARE(filledPart(kFloorDecibel / 2), 0.5F);
@@ -139,7 +139,7 @@ void PreviewSoundTest::fillsBarsFromTheFloorToFullScale()
     QCOMPARE(filledPart(-std::numeric_limits<float>::infinity()), 0.0F);
 }
 
-void PreviewSoundTest::risesAtOnceAndFallsSteadily()
+void TestPreviewSound::risesAtOnceAndFallsSteadily()
 {
     QCOMPARE(fallingPart(0.2F, 0.9F, 0.0F), 0.9F);
     const float afterOneFrame = fallingPart(0.9F, 0.1F, 0.05F);
@@ -149,7 +149,7 @@ void PreviewSoundTest::risesAtOnceAndFallsSteadily()
     QCOMPARE(fallingPart(0.9F, 0.1F, 60.0F), 0.1F);
 }
 
-void PreviewSoundTest::readsThePeaksOfEachChannel()
+void TestPreviewSound::readsThePeaksOfEachChannel()
 {
     const Peaks peaks = largestPeaks(
         {{"1.250", "2.231"}, {"0.500", "-6.931"}, {"0.125", "-20.794"}, {"5.120", "16.332"}});
@@ -157,14 +157,14 @@ void PreviewSoundTest::readsThePeaksOfEachChannel()
     QCOMPARE(peaks.right, 512.0F);
 }
 
-void PreviewSoundTest::ignoresAChunkWithoutPeaks()
+void TestPreviewSound::ignoresAChunkWithoutPeaks()
 {
     const Peaks peaks = largestPeaks({});
     QCOMPARE(peaks.left, 0.0F);
     QCOMPARE(peaks.right, 0.0F);
 }
 
-void PreviewSoundTest::writesOneStatusLine()
+void TestPreviewSound::writesOneStatusLine()
 {
     Statistics statistics;
     for (int i = 0; i < 43; ++i)
@@ -179,11 +179,11 @@ void PreviewSoundTest::writesOneStatusLine()
     QVERIFY(std::abs(match.captured(1).toDouble() - 440.0) < 1.0);
 }
 
-void PreviewSoundTest::writesSilenceAsWords()
+void TestPreviewSound::writesSilenceAsWords()
 {
     QCOMPARE(statusLine(Statistics(), 1.0),
              QString("0.0 blocks/s, loudest none, peaks left silent, right silent"));
 }
 
-QTEST_APPLESS_MAIN(PreviewSoundTest)
+QTEST_APPLESS_MAIN(TestPreviewSound)
 #include "tst_previewsound.moc"
