@@ -1,4 +1,4 @@
-# The library, its public headers, the CMake package and the pkg-config file.
+# The library, the CMake package and the pkg-config file.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/LibCorvane)
@@ -8,21 +8,6 @@ install(TARGETS LibCorvane EXPORT LibCorvaneTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(EXPORT LibCorvaneTargets NAMESPACE LibCorvane:: DESTINATION ${package_dir})
-
-# Only what this system's library is made of: a header without its implementation is a trap.
-get_target_property(library_sources LibCorvane SOURCES)
-get_target_property(library_dir LibCorvane SOURCE_DIR)
-foreach(source IN LISTS library_sources)
-  file(RELATIVE_PATH header ${library_dir} ${library_dir}/${source})
-  if(IS_ABSOLUTE ${source})
-    file(RELATIVE_PATH header ${library_dir} ${source})
-  endif()
-  if(header MATCHES "\\.h$" AND NOT header MATCHES "_p\\.h$")
-    get_filename_component(folder ${header} DIRECTORY)
-    install(FILES ${library_dir}/${header}
-      DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/LibCorvane/${folder})
-  endif()
-endforeach()
 
 configure_package_config_file(cmake/LibCorvaneConfig.cmake.in
   ${PROJECT_BINARY_DIR}/LibCorvaneConfig.cmake INSTALL_DESTINATION ${package_dir})

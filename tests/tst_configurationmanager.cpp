@@ -132,6 +132,8 @@ void TestConfigurationManager::loadsWellFormedFiles_data()
     QTest::newRow("an array is an empty object") << QByteArray("[1, {\"a\": 2}]") << QJsonObject();
     QTest::newRow("carriage returns")
         << QByteArray("{\r\n\"a\":\r\n1}\r\n") << QJsonObject{{"a", 1}};
+    QTest::newRow("a line's end in a text is the plain one")
+        << QByteArray("{\"a\": \"x\r\ny\"}") << QJsonObject{{"a", "x\ny"}};
     QTest::newRow("other letters")
         << QByteArray("{\"größe\": \"五\"}") << QJsonObject{{"größe", "五"}};
 }

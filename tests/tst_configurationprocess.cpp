@@ -38,6 +38,7 @@ private slots:
     void init();
     void usesThePathSetBeforeTheFirstUse();
     void ignoresAPathSetAfterTheFirstUse();
+    void keepsAColonInTheRoot();
     void usesQtsLocationByDefault_data();
     void usesQtsLocationByDefault();
     void readsNoFileUntilAsked();
@@ -97,12 +98,22 @@ void TestConfigurationProcess::ignoresAPathSetAfterTheFirstUse()
 {
     const QString root = path("root");
     const QString late = path("late");
-    const Result result = host({"setConfigPath", root, "configPath", "setConfigPath", late,
-                                "gsConfigPath", "configPath", "setAppConfig", "key", "value"});
+    const Result result =
+        host({"setConfigPath", root, "configPath", "setConfigPath", late, "gsConfigPath",
+              "configPath", "resourcesPath", "logsPath", "setAppConfig", "key", "value"});
     QCOMPARE(result.exitCode, 0);
-    QCOMPARE(result.output, (root + '\n' + late + '\n' + root + '\n').toUtf8());
+    const QStringList lines{root, late, root, root + "/resources", root + "/logs"};
+    QCOMPARE(result.output, (lines.join('\n') + '\n').toUtf8());
     QVERIFY(!QFile::exists(late));
     QCOMPARE(bytesOf(root + "/global.json"), QByteArray("{\n    \"key\": \"value\"\n}\n"));
+}
+
+void TestConfigurationProcess::keepsAColonInTheRoot()
+{
+    const QString root = path("a:b");
+    const Result result = host({"setConfigPath", root, "setAppConfig", "key", "value"});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(QFile::exists(root + "/global.json"));
 }
 
 void TestConfigurationProcess::usesQtsLocationByDefault_data()

@@ -11,6 +11,8 @@
 #include <QRegularExpression>
 #include <QStandardPaths>
 
+#include <optional>
+
 namespace {
 
 constexpr const char *kSubDirectories[] = {"controllers", "logs", "effects", "dumps", "resources"};
@@ -48,8 +50,8 @@ bool writeAll(QFile &file, const QByteArray &bytes)
     return true;
 }
 
-/// Removes the file, then writes it anew. Returns what went wrong, or a null string.
-QString rewriteFile(const QString &path, const QByteArray &bytes)
+/// Removes the file, then writes it anew. Returns what went wrong, if anything did.
+std::optional<QString> rewriteFile(const QString &path, const QByteArray &bytes)
 {
     QFile::remove(path);
     QFile file(path);
@@ -60,7 +62,9 @@ QString rewriteFile(const QString &path, const QByteArray &bytes)
     if (!writeAll(file, bytes))
         return file.errorString();
     file.close();
-    return file.error() == QFileDevice::NoError ? QString() : file.errorString();
+    if (file.error() != QFileDevice::NoError)
+        return file.errorString();
+    return std::nullopt;
 }
 
 } // namespace
@@ -139,9 +143,9 @@ QJsonObject ConfigurationManager::loadJsonObjectFromFile(const QString &path)
 void ConfigurationManager::saveJsonObject(const QString &name)
 {
     const QString path = filePath(name);
-    const QString error = rewriteFile(path, QJsonDocument(m_objects[name]).toJson());
-    if (!error.isNull())
-        qCritical() << "Failed to opened :" << path << "errStr: " << error;
+    const auto error = rewriteFile(path, QJsonDocument(m_objects[name]).toJson());
+    if (error)
+        qCritical() << "Failed to opened :" << path << "errStr: " << *error;
 }
 
 void ConfigurationManager::save()
@@ -193,7 +197,7 @@ void ConfigurationManager::setGlobalValue(const QString &path, const QJsonValue 
 
 void ConfigurationManager::setGlobalValue(const QStringList &keys, const QJsonValue &value)
 {
-    setValWithXPath(globalJsonObj(), keys, value);
+    setValWithXPath(instance()->globalJsonObj(), keys, value);
 }
 
 void ConfigurationManager::setAppConfig(const QString &path, const QJsonValue &value)

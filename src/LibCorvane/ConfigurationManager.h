@@ -27,7 +27,8 @@
 /// QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation), which needs the
 /// application's name to be set. It is chosen at creation and stays. Creation makes it and its
 /// sub-directories where they are missing, but not the parents of the root; failures are silent
-/// and show at the first save.
+/// and show at the first save. With an organisation's name Qt's location lies one level deeper,
+/// below a directory that may be missing: make it first.
 ///
 /// | entry        | holds                                                         | made by    |
 /// |--------------|---------------------------------------------------------------|------------|
@@ -139,8 +140,9 @@ public:
     /// Sets a value of the object "global" in memory; see setValWithXPath(). Nothing is written and
     /// no signal is emitted.
     void setGlobalValue(const QString &path, const QJsonValue &value);
-    /// The same with the path already split. An empty list changes nothing.
-    void setGlobalValue(const QStringList &keys, const QJsonValue &value);
+    /// The same with the path already split, in the object of instance(). An empty list changes
+    /// nothing.
+    static void setGlobalValue(const QStringList &keys, const QJsonValue &value);
 
     /// Sets a value as setGlobalValue() does, writes the object "global" at once, then emits
     /// appConfigChanged(), also when writing failed; see saveJsonObject() for the log line.

@@ -1,6 +1,6 @@
 # Builds the host with nothing but the compiler and pkg-config, and runs it.
 cmake_minimum_required(VERSION 3.16)
-set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)
+set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig:$ENV{PKG_CONFIG_PATH})
 execute_process(COMMAND ${PKG_CONFIG} --cflags --libs LibCorvane
   OUTPUT_VARIABLE options OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE failed)
 if(failed)

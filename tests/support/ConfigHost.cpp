@@ -18,7 +18,7 @@
 namespace {
 
 struct Command {
-    int arguments;
+    int arguments = 0;
     std::function<void(const QStringList &)> run;
 };
 
@@ -54,6 +54,8 @@ QHash<QString, Command> commands()
               print(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation));
           }}},
         {"configPath", {0, [](Arguments) { print(manager()->configPath()); }}},
+        {"resourcesPath", {0, [](Arguments) { print(manager()->resourcesPath()); }}},
+        {"logsPath", {0, [](Arguments) { print(manager()->logsPath()); }}},
         {"globalJsonObj", {0, [](Arguments) { print(toText(manager()->globalJsonObj())); }}},
         {"setGlobalValue", {2, [](Arguments a) { manager()->setGlobalValue(a.at(0), a.at(1)); }}},
         {"setAppConfig", {2, [](Arguments a) { manager()->setAppConfig(a.at(0), a.at(1)); }}},

@@ -4,6 +4,10 @@
 #include <QFile>
 #include <QTest>
 
+#include <sys/prctl.h>
+
+#include <csignal>
+
 namespace corvane::test {
 namespace {
 
@@ -47,6 +51,11 @@ QString SoundServer::log() const
 {
     QFile file(path("log"));
     return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+}
+
+void SoundServer::Process::setupChildProcess()
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
 }
 
 void SoundServer::isolateProcess(const QString &alsaConfiguration)

@@ -27,12 +27,17 @@ public:
     QString log() const;
 
 private:
+    /// Ends with the test program, also when that crashes.
+    class Process : public QProcess {
+        void setupChildProcess() override;
+    };
+
     void isolateProcess(const QString &alsaConfiguration);
     void start(const QStringList &modules);
     QString path(const QString &name) const;
 
     QTemporaryDir m_directory;
-    QProcess m_process;
+    Process m_process;
 };
 
 } // namespace corvane::test
