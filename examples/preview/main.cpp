@@ -4,6 +4,7 @@
 #include <LibCorvane/audioCapturers/AudioCapManagerMac.h>
 
 #include <QApplication>
+#include <QThread>
 
 #include <cstdio>
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr int kFailed = 1;
 constexpr int kBadArguments = 2;
+constexpr int kSoundSystemRestMs = 100;
 
 int say(std::FILE *stream, const QString &text, int status)
 {
@@ -56,7 +58,11 @@ int preview(const Options &options, int argc, char **argv)
 
     PreviewSession session(options, devices);
     session.start(device);
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    // At exit Qt's PulseAudio back-end disconnects without the lock of its own thread, which aborts
+    // when that thread still handles the end of the stream.
+    QThread::msleep(kSoundSystemRestMs);
+    return status;
 }
 
 } // namespace
