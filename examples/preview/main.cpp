@@ -4,15 +4,14 @@
 #include <LibCorvane/audioCapturers/AudioCapManagerMac.h>
 
 #include <QApplication>
-#include <QThread>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
 constexpr int kFailed = 1;
 constexpr int kBadArguments = 2;
-constexpr int kSoundSystemRestMs = 100;
 
 int say(std::FILE *stream, const QString &text, int status)
 {
@@ -58,16 +57,10 @@ int preview(const Options &options, int argc, char **argv)
 
     PreviewSession session(options, devices);
     session.start(device);
-    const int status = QApplication::exec();
-    // At exit Qt's PulseAudio back-end disconnects without the lock of its own thread, which aborts
-    // when that thread still handles the end of the stream.
-    QThread::msleep(kSoundSystemRestMs);
-    return status;
+    return QApplication::exec();
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
     const Options options = readOptions(argc, argv);
     switch (options.task) {
@@ -82,4 +75,15 @@ int main(int argc, char **argv)
         break;
     }
     return preview(options, argc, argv);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const int status = run(argc, argv);
+    // Everything of ours is gone by now. Qt's PulseAudio back-end disconnects in its static
+    // destructor without the lock of its own thread, upon which libpulse aborts now and then.
+    std::fflush(nullptr);
+    std::_Exit(status);
 }

@@ -4,9 +4,13 @@
 #include <QFile>
 #include <QTest>
 
+#include <dlfcn.h>
 #include <sys/prctl.h>
 
 #include <csignal>
+
+struct pa_context;
+struct pa_threaded_mainloop;
 
 namespace corvane::test {
 namespace {
@@ -18,6 +22,15 @@ bool writeFile(const QString &path, const QByteArray &content)
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
 }
+
+/// A function of the library that Qt's plug-in has loaded.
+template <typename Function>
+Function *pulseFunction(const char *name)
+{
+    return reinterpret_cast<Function *>(dlsym(dlopen("libpulse.so.0", RTLD_LAZY), name));
+}
+
+pa_threaded_mainloop *mainLoop = nullptr;
 
 } // namespace
 
@@ -100,3 +113,21 @@ QString SoundServer::path(const QString &name) const
 }
 
 } // namespace corvane::test
+
+// Qt's PulseAudio back-end disconnects at exit without the lock of its own thread, upon which
+// libpulse aborts now and then. A test program's own functions come first and take the lock.
+
+extern "C" pa_threaded_mainloop *pa_threaded_mainloop_new()
+{
+    using namespace corvane::test;
+    mainLoop = pulseFunction<pa_threaded_mainloop *()>("pa_threaded_mainloop_new")();
+    return mainLoop;
+}
+
+extern "C" void pa_context_disconnect(pa_context *context)
+{
+    using namespace corvane::test;
+    pulseFunction<void(pa_threaded_mainloop *)>("pa_threaded_mainloop_lock")(mainLoop);
+    pulseFunction<void(pa_context *)>("pa_context_disconnect")(context);
+    pulseFunction<void(pa_threaded_mainloop *)>("pa_threaded_mainloop_unlock")(mainLoop);
+}
