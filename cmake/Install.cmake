@@ -17,6 +17,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/LibCorvaneConfigVersion.c
 install(FILES
   ${PROJECT_BINARY_DIR}/LibCorvaneConfig.cmake
   ${PROJECT_BINARY_DIR}/LibCorvaneConfigVersion.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/FindLibCorvaneOpenCV.cmake
   DESTINATION ${package_dir})
 
 # The pkg-config file finds its prefix from its own place, unless the folders are fixed by an

@@ -1,0 +1,57 @@
+#ifndef LIBCORVANE_AVFOUNDATIONCAPTURE_H
+#define LIBCORVANE_AVFOUNDATIONCAPTURE_H
+
+#include <LibCorvane/Export.h>
+#include <LibCorvane/deskCapturers/AVFoundationCaptureImpl.h>
+#include <LibCorvane/deskCapturers/IDeskCapture.h>
+
+class DeskCaptureOption;
+
+/// The capturer of one display, on the system's own screen capture: AVFoundation on macOS, X11 on
+/// Linux. DeskDuplManagerMac makes one for each display.
+///
+/// Frames are 300 pixels wide at first, in the shape of the display, and come at most 25 times a
+/// second. Only the latest is kept.
+///
+/// \par Ownership
+/// The capture record that start() makes is not ended with the object: a session outlives its
+/// capturer. (Where nobody reads it, it costs next to nothing on Linux.)
+///
+/// \par Threads
+/// start() belongs to the object's own thread, before anyone else sees the object. Then all other
+/// operations may be called from any thread.
+class LIBCORVANE_EXPORT AVFoundationCapture : public IDeskCapture {
+    Q_OBJECT
+    Q_DISABLE_COPY(AVFoundationCapture)
+public:
+    /// \param option is kept and not consulted; may be null.
+    explicit AVFoundationCapture(DeskCaptureOption *option, QObject *parent = nullptr);
+    ~AVFoundationCapture() override;
+
+    /// Starts the capture of a display.
+    /// \param displayId one of availableDisplayIDs(), or 0 for the main display.
+    /// \return false after a failure, which is logged as critical, "[AVFoundationCapture]: Cannot
+    ///         init AVFoundation capture"; nextFrame() then stays empty, and none of the operations
+    ///         on sizes may be called.
+    bool start(uint32_t displayId);
+
+    /// The display's size, the same as originSize(): it does not tell the size of the frames.
+    /// Needs a started capturer.
+    QSize outputSize() override;
+
+    /// The display's size. Needs a started capturer.
+    QSize originSize() override;
+
+    /// A copy of the latest frame; empty before the first frame, and when not started.
+    cv::Mat nextFrame() override;
+
+public Q_SLOTS:
+    /// Sets the size of the frames that are captured from now on. Needs a started capturer.
+    void setOutputSize(QSize size) override;
+
+private:
+    AVFoundationCaptureImpl *m_impl = nullptr;
+    DeskCaptureOption *m_option;
+};
+
+#endif

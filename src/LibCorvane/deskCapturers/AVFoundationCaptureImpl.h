@@ -1,0 +1,60 @@
+#ifndef LIBCORVANE_AVFOUNDATIONCAPTUREIMPL_H
+#define LIBCORVANE_AVFOUNDATIONCAPTUREIMPL_H
+
+#include <LibCorvane/Export.h>
+
+#include <QImage>
+#include <QList>
+#include <QSize>
+
+#include <cstdint>
+
+/// \file
+/// The screen capture of the operating system, as plain functions over an opaque record. Most hosts
+/// want DeskDuplManagerMac; these functions are for one that ends a capture session itself.
+///
+/// \par Systems
+/// On macOS a record is an AVFoundation session. On Linux it captures a monitor of the X server
+/// that the environment variable DISPLAY names, while somebody reads: two seconds after the last
+/// AVCaptureNextFrame() (or after the start) it lets its thread and its connection go, and the next
+/// call brings both back. A lost X server does not end the process: it is logged once, the last
+/// frame stays, and the record tries to connect again while it is read.
+///
+/// \par Threads
+/// All functions may be called from any thread, on one record too, but for
+/// freeAVFoundationCapture(), which must be the last on its record.
+
+struct _AVFoundationCaptureImpl;
+/// One running capture of one display; see allocAVFoundationCapture().
+using AVFoundationCaptureImpl = _AVFoundationCaptureImpl;
+
+/// Starts the capture of a display: frames of 300 pixels width and the display's shape, at most 25
+/// a second.
+///
+/// \param displayId one of availableDisplayIDs(), or 0 for the main display.
+/// \return a record for freeAVFoundationCapture(), or null when the display cannot be captured;
+///         that is logged as critical, "[AVFoundationCaptureImpl]: Failed to init
+///         AVCaptureScreenInput instance".
+LIBCORVANE_EXPORT AVFoundationCaptureImpl *allocAVFoundationCapture(uint32_t displayId);
+
+/// Ends the capture and frees the record. Null is permitted.
+LIBCORVANE_EXPORT void freeAVFoundationCapture(AVFoundationCaptureImpl *record);
+
+/// Sets the size of the frames that are captured from now on, in pixels. With an empty size none is
+/// captured until the next call.
+LIBCORVANE_EXPORT void AVCaptureSetOutputSize(AVFoundationCaptureImpl *record, const QSize &size);
+
+/// The size of the display, in pixels on Linux and in points on macOS.
+LIBCORVANE_EXPORT QSize AVCaptureOriginSize(AVFoundationCaptureImpl *record);
+
+/// The size of the display, too: a caller that wants the size of a frame asks the frame.
+LIBCORVANE_EXPORT QSize AVCaptureOutputSize(AVFoundationCaptureImpl *record);
+
+/// The latest frame in QImage::Format_RGBA8888, without waiting for one; null before the first.
+LIBCORVANE_EXPORT QImage AVCaptureNextFrame(AVFoundationCaptureImpl *record);
+
+/// The displays that can be captured, in the system's order; empty when there is none. On Linux
+/// they are 1 and up, in the order of the X server's monitors.
+LIBCORVANE_EXPORT QList<unsigned int> availableDisplayIDs();
+
+#endif

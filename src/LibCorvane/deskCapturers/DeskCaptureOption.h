@@ -1,0 +1,60 @@
+#ifndef LIBCORVANE_DESKCAPTUREOPTION_H
+#define LIBCORVANE_DESKCAPTUREOPTION_H
+
+#include <LibCorvane/Export.h>
+
+#include <QObject>
+
+/// The screen capture mode: how many modes there are, and which one is current.
+///
+/// What a mode means is the host's business; the library stores, checks, announces and (through
+/// DeskDuplManagerMac) saves the number, and never acts on it. The manager makes the one object of
+/// an application and publishes its address as the application's property
+/// "runtime.options.deskCaptureOption":
+///
+/// \code
+/// const auto address = qApp->property("runtime.options.deskCaptureOption").toLongLong();
+/// auto *option = reinterpret_cast<DeskCaptureOption *>(address);
+/// option->setCurMode(2);
+/// \endcode
+///
+/// \par Threads
+/// Use it on the thread it lives on, that of the manager; its signals are emitted there.
+class LIBCORVANE_EXPORT DeskCaptureOption : public QObject {
+    Q_OBJECT
+    /// The number of modes; 1 after construction.
+    Q_PROPERTY(int totalOfMode READ totalOfMode WRITE setTotalOfMode NOTIFY totalOfModeChanged)
+    /// The current mode, from 0 to totalOfMode - 1; 0 after construction.
+    Q_PROPERTY(int curMode READ curMode WRITE setCurMode NOTIFY curModeChanged)
+public:
+    explicit DeskCaptureOption(QObject *parent);
+    ~DeskCaptureOption() override;
+
+    /// The number of modes.
+    int totalOfMode() const;
+
+    /// Sets the number of modes, whatever it is. The current mode stays, even when it is no longer
+    /// in range.
+    void setTotalOfMode(int newTotalOfMode);
+
+    /// The current mode.
+    int curMode() const;
+
+    /// Changes the mode. A change is logged at info level, then announced. A value out of range
+    /// changes nothing and is logged at info level too:
+    /// "[DeskCaptureOption]: The newCurMode: " value " is out of range[0, " highest "]".
+    void setCurMode(int newCurMode);
+
+Q_SIGNALS:
+    /// totalOfMode() has a new value.
+    void totalOfModeChanged();
+
+    /// curMode() has a new value.
+    void curModeChanged();
+
+private:
+    int m_totalOfMode = 1;
+    int m_curMode = 0;
+};
+
+#endif

@@ -1,0 +1,39 @@
+#ifndef LIBCORVANE_FRAMECONVERSION_P_H
+#define LIBCORVANE_FRAMECONVERSION_P_H
+
+#include <QImage>
+#include <QSize>
+
+#include <cstddef>
+
+namespace corvane {
+
+/// Frames are this wide unless the host asks for another size.
+constexpr int kWorkingWidth = 300;
+
+/// The whole pixels of a display's bounds, fractions cut off.
+QSize originSize(double width, double height);
+
+/// The size that a display's frames have at first: kWorkingWidth wide, in the display's shape, the
+/// height cut off to whole pixels. Empty when the display has no width.
+QSize workingSize(double width, double height);
+
+/// Pixels that belong to somebody else: 32 bits each, blue in the first byte, then green, red and
+/// alpha.
+struct BgraPixels {
+    const uchar *bits;
+    int width;
+    int height;
+    std::size_t bytesPerLine;
+};
+
+/// Whether the fourth byte of a pixel counts or the picture has no alpha.
+enum class Alpha { Keep, Opaque };
+
+/// The picture in Format_RGBA8888, scaled to the size with bilinear interpolation. Null when the
+/// picture or the size is empty.
+QImage convertedFrame(const BgraPixels &pixels, QSize size, Alpha alpha);
+
+} // namespace corvane
+
+#endif

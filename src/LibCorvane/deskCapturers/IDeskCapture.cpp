@@ -1,0 +1,8 @@
+#include "IDeskCapture.h"
+
+IDeskCapture::IDeskCapture(QObject *parent)
+    : QObject(parent)
+{
+}
+
+IDeskCapture::~IDeskCapture() = default;

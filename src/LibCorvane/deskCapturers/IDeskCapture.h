@@ -1,0 +1,45 @@
+#ifndef LIBCORVANE_IDESKCAPTURE_H
+#define LIBCORVANE_IDESKCAPTURE_H
+
+#include <LibCorvane/Export.h>
+
+#include <opencv2/core/mat.hpp>
+
+#include <QObject>
+#include <QSize>
+
+/// A source of screen frames, whatever captures them.
+///
+/// Hosts do not make capturers: an IDeskDuplManager hands them out as shared pointers, and deletes
+/// each with deleteLater() when the last pointer to it goes. A host polls nextFrame() at its own
+/// pace; nothing is emitted.
+///
+/// \par Frames
+/// A frame is a matrix of 8-bit unsigned elements in four channels (CV_8UC4): rows are its height,
+/// columns its width, channels are red, green, blue and alpha in this order. Rows may be padded:
+/// use the matrix's step. A frame is a snapshot that owns its pixels: it never changes when a later
+/// one comes, and what a caller writes into it is seen by nobody else.
+///
+/// \par Threads
+/// Capturers are shared, so all four operations may be called from any thread, at any time and at
+/// any rate. The object itself lives on the thread that made it, that of the manager.
+class LIBCORVANE_EXPORT IDeskCapture : public QObject {
+public:
+    explicit IDeskCapture(QObject *parent = nullptr);
+    ~IDeskCapture() override;
+
+    /// The size of the frames that nextFrame() gives, in pixels. Each back-end says how far it
+    /// keeps to that.
+    virtual QSize outputSize() = 0;
+
+    /// The size of the captured display in pixels (points on a display with a scale factor).
+    virtual QSize originSize() = 0;
+
+    /// The most recent frame, without waiting for one. Empty as long as nothing has been captured.
+    virtual cv::Mat nextFrame() = 0;
+
+    /// Asks for frames of this size, in pixels, from now on.
+    virtual void setOutputSize(QSize size) = 0;
+};
+
+#endif
