@@ -86,7 +86,8 @@ void CaptureLoop::capture()
 
 void CaptureLoop::reportFailure(const char *text)
 {
-    if (m_isFailureReported)
+    // An interrupted connection was not lost: the capture is being ended.
+    if (m_isFailureReported || m_waiter.isInterrupted())
         return;
     m_isFailureReported = true;
     qWarning() << text << m_displayId;

@@ -50,6 +50,14 @@ void unpackRow(const uint8_t *row, const PixelLayout &layout, int width, uint8_t
 
 } // namespace
 
+std::size_t PixelLayout::bytesPerLine(int width) const
+{
+    const std::size_t pad = static_cast<std::size_t>(scanlinePadBits);
+    const std::size_t bits =
+        static_cast<std::size_t>(width) * static_cast<std::size_t>(bitsPerPixel);
+    return (bits + pad - 1) / pad * pad / 8;
+}
+
 bool isBgr(const PixelLayout &layout)
 {
     return layout.bitsPerPixel == 32 && layout.redMask == 0xff0000 && layout.greenMask == 0xff00

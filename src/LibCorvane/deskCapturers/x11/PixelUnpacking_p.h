@@ -1,11 +1,24 @@
 #ifndef LIBCORVANE_PIXELUNPACKING_P_H
 #define LIBCORVANE_PIXELUNPACKING_P_H
 
-#include "XDisplay_p.h"
-
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace corvane {
+
+/// How the pixels of a drawable lie in memory.
+struct PixelLayout {
+    int depth = 0;
+    int bitsPerPixel = 0;
+    int scanlinePadBits = 0;
+    uint32_t redMask = 0;
+    uint32_t greenMask = 0;
+    uint32_t blueMask = 0;
+
+    /// Bytes from one row to the next.
+    std::size_t bytesPerLine(int width) const;
+};
 
 /// Whether the pixels are 32 bits each with blue, green and red in the lowest bytes, so that they
 /// need no unpacking.

@@ -68,4 +68,10 @@ void SocketWaiter::interrupt()
     wakeUp();
 }
 
+bool SocketWaiter::isInterrupted() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_isInterrupted;
+}
+
 } // namespace corvane

@@ -27,9 +27,10 @@ public:
     /// Any thread: also ends a read or write that the waiting thread is stuck in, and all later
     /// ones on the socket.
     void interrupt();
+    bool isInterrupted() const;
 
 private:
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     int m_socket = -1;
     bool m_isInterrupted = false;
     int m_wakeUps;

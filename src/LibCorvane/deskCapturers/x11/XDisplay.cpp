@@ -88,14 +88,6 @@ const Monitor *findMonitor(const std::vector<Monitor> &monitors, uint32_t displa
     return primary != monitors.end() ? &*primary : &monitors.front();
 }
 
-std::size_t PixelLayout::bytesPerLine(int width) const
-{
-    const std::size_t pad = static_cast<std::size_t>(scanlinePadBits);
-    const std::size_t bits =
-        static_cast<std::size_t>(width) * static_cast<std::size_t>(bitsPerPixel);
-    return (bits + pad - 1) / pad * pad / 8;
-}
-
 std::unique_ptr<XDisplay> XDisplay::open()
 {
     int screenNumber = 0;

@@ -1,6 +1,7 @@
 #ifndef LIBCORVANE_XDISPLAY_P_H
 #define LIBCORVANE_XDISPLAY_P_H
 
+#include "PixelUnpacking_p.h"
 #include "XcbHandles_p.h"
 
 #include <QRect>
@@ -20,19 +21,6 @@ struct Monitor {
 /// Finds a monitor by its display id: 1 plus its index, or 0 for the primary one (the first where
 /// none is primary). Null when there is none.
 const Monitor *findMonitor(const std::vector<Monitor> &monitors, uint32_t displayId);
-
-/// How the pixels of a drawable lie in memory.
-struct PixelLayout {
-    int depth = 0;
-    int bitsPerPixel = 0;
-    int scanlinePadBits = 0;
-    uint32_t redMask = 0;
-    uint32_t greenMask = 0;
-    uint32_t blueMask = 0;
-
-    /// Bytes from one row to the next.
-    std::size_t bytesPerLine(int width) const;
-};
 
 /// A private connection to the X server that the environment names, and what that server can do.
 class XDisplay {
