@@ -1,7 +1,6 @@
 #include "LogCapture.h"
 
 #include <QMutex>
-#include <QStringList>
 
 namespace corvane::test {
 namespace {
@@ -22,6 +21,29 @@ void collect(QtMsgType type, const QMessageLogContext &context, const QString &m
     const QMutexLocker lock(&store().mutex);
     store().lines.append(
         {type, QString::fromUtf8(context.category), QString::fromUtf8(context.function), message});
+}
+
+/// "Class::function" out of a compiler's signature.
+QString functionName(const QString &signature)
+{
+    return signature.section('(', 0, 0).section(' ', -1);
+}
+
+QString levelName(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+        return "debug";
+    case QtInfoMsg:
+        return "info";
+    case QtWarningMsg:
+        return "warning";
+    case QtCriticalMsg:
+        return "critical";
+    case QtFatalMsg:
+        break;
+    }
+    return "fatal";
 }
 
 } // namespace
@@ -66,6 +88,17 @@ void LogCapture::clear()
 {
     const QMutexLocker lock(&store().mutex);
     store().lines.clear();
+}
+
+QStringList logged(const LogCapture &log)
+{
+    QStringList texts;
+    for (const LogLine &line : log.lines()) {
+        texts << QStringList{levelName(line.type), line.category, functionName(line.function),
+                             line.message}
+                     .join('|');
+    }
+    return texts;
 }
 
 } // namespace corvane::test
