@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QPointer>
 #include <QThread>
 #include <QVariant>
 
@@ -16,6 +17,25 @@ namespace {
 constexpr int kModes = 3;
 const char kModeKey[] = "screenCaptureMode";
 const char kOptionProperty[] = "runtime.options.deskCaptureOption";
+
+void publish(DeskCaptureOption *option)
+{
+    if (QCoreApplication *application = QCoreApplication::instance())
+        application->setProperty(kOptionProperty, reinterpret_cast<qint64>(option));
+}
+
+void end(QThread &thread)
+{
+    thread.quit();
+    thread.wait();
+}
+
+// The manager's destructor deletes capturers that a host may still hold.
+void deleteLaterIfAlive(const QPointer<IDeskCapture> &capturer)
+{
+    if (capturer)
+        capturer->deleteLater();
+}
 
 } // namespace
 
@@ -31,8 +51,7 @@ DeskDuplManagerMac::~DeskDuplManagerMac()
     for (const CaptureContext &context : qAsConst(m_contexts)) {
         if (context.capturer)
             context.capturer->deleteLater();
-        context.worker->quit();
-        context.worker->wait();
+        end(*context.worker);
     }
 }
 
@@ -42,8 +61,9 @@ void DeskDuplManagerMac::setUpOption()
     m_option->setTotalOfMode(kModes);
     const int stored = ConfigurationManager::instance()->globalValue(kModeKey).toInt();
     m_option->setCurMode(std::clamp(stored, 0, kModes - 1));
-    qApp->setProperty(kOptionProperty, reinterpret_cast<qint64>(m_option));
+    publish(m_option);
 
+    // From here on: what was just read is not written back.
     connect(m_option, &DeskCaptureOption::curModeChanged, m_option, [option = m_option] {
         auto *configuration = ConfigurationManager::instance();
         configuration->setGlobalValue(kModeKey, option->curMode());
@@ -53,6 +73,10 @@ void DeskDuplManagerMac::setUpOption()
 
 void DeskDuplManagerMac::addDisplay(const QString &id)
 {
+    // Of a display that the system lists twice the later entry stays.
+    if (QThread *earlier = m_contexts.value(id).worker)
+        end(*earlier);
+
     CaptureContext context;
     context.worker = new QThread(this);
     context.worker->start();
@@ -139,5 +163,7 @@ void DeskDuplManagerMac::makeCapturer(QString id)
     // Kept also when it cannot start: it then gives empty frames.
     auto *capturer = new AVFoundationCapture(m_option); // owned by the shared pointer
     capturer->start(static_cast<uint32_t>(id.toInt(nullptr, 10)));
-    context->capturer.reset(capturer, [](IDeskCapture *object) { object->deleteLater(); });
+    context->capturer.reset(capturer, [alive = QPointer<IDeskCapture>(capturer)](IDeskCapture *) {
+        deleteLaterIfAlive(alive);
+    });
 }
