@@ -1,39 +1,83 @@
 #include "AVFoundationCaptureImpl.h"
 
 #include "LatestFrame_p.h"
+#include "x11/BrokenPipe_p.h"
+#include "x11/MonitorSession_p.h"
+#include "x11/ScreenCapture_p.h"
 
 #include <QDebug>
 
-AVFoundationCaptureImpl *allocAVFoundationCapture(uint32_t)
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the facade's name on every system
+struct _AVFoundationCaptureImpl {
+    _AVFoundationCaptureImpl(uint32_t displayId, QSize monitor)
+        : frame(monitor, corvane::workingSize(monitor.width(), monitor.height()))
+        , capture(displayId, frame)
+    {
+    }
+
+    corvane::LatestFrame frame;
+    corvane::ScreenCapture capture;
+};
+
+namespace {
+
+QSize monitorSize(uint32_t displayId)
 {
-    qCritical() << "[AVFoundationCaptureImpl]: Failed to init AVCaptureScreenInput instance";
-    return nullptr;
+    const corvane::BrokenPipeGuard guard;
+    const auto session = corvane::MonitorSession::open(displayId);
+    return session ? session->monitorSize() : QSize();
 }
 
-void freeAVFoundationCapture(AVFoundationCaptureImpl *)
+} // namespace
+
+AVFoundationCaptureImpl *allocAVFoundationCapture(uint32_t displayId)
 {
+    const QSize size = monitorSize(displayId);
+    if (size.isEmpty()) {
+        qCritical() << "[AVFoundationCaptureImpl]: Failed to init AVCaptureScreenInput instance";
+        return nullptr;
+    }
+    return new _AVFoundationCaptureImpl(displayId, size);
 }
 
-void AVCaptureSetOutputSize(AVFoundationCaptureImpl *, const QSize &)
+void freeAVFoundationCapture(AVFoundationCaptureImpl *record)
 {
+    delete record;
 }
 
-QSize AVCaptureOriginSize(AVFoundationCaptureImpl *)
+void AVCaptureSetOutputSize(AVFoundationCaptureImpl *record, const QSize &size)
 {
-    return {};
+    record->frame.setOutputSize(size);
+    record->capture.noteNewSize();
 }
 
-QSize AVCaptureOutputSize(AVFoundationCaptureImpl *)
+QSize AVCaptureOriginSize(AVFoundationCaptureImpl *record)
 {
-    return {};
+    return record->frame.originSize();
 }
 
-QImage AVCaptureNextFrame(AVFoundationCaptureImpl *)
+// Not the size of the frames: hosts rely on the display's.
+QSize AVCaptureOutputSize(AVFoundationCaptureImpl *record)
 {
-    return {};
+    return record->frame.originSize();
+}
+
+QImage AVCaptureNextFrame(AVFoundationCaptureImpl *record)
+{
+    record->capture.noteRead();
+    return record->frame.image();
 }
 
 QList<unsigned int> availableDisplayIDs()
 {
-    return {};
+    const corvane::BrokenPipeGuard guard;
+    QList<unsigned int> ids;
+    const auto display = corvane::XDisplay::open();
+    if (!display)
+        return ids;
+    const auto monitors = display->monitors();
+    for (std::size_t index = 0; index < monitors.size(); ++index)
+        if (!monitors[index].area.isEmpty())
+            ids.append(static_cast<unsigned int>(index + 1));
+    return ids;
 }
