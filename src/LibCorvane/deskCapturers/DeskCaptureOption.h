@@ -14,8 +14,9 @@
 /// not:
 ///
 /// \code
-/// const auto address = qApp->property("runtime.options.deskCaptureOption").toLongLong();
-/// auto *option = reinterpret_cast<DeskCaptureOption *>(address);
+/// const QVariant address =
+///     QCoreApplication::instance()->property("runtime.options.deskCaptureOption");
+/// auto *option = reinterpret_cast<DeskCaptureOption *>(address.toLongLong());
 /// option->setCurMode(2);
 /// \endcode
 ///
