@@ -26,7 +26,8 @@ void collect(QtMsgType type, const QMessageLogContext &context, const QString &m
 /// "Class::function" out of a compiler's signature.
 QString functionName(const QString &signature)
 {
-    return signature.section('(', 0, 0).section(' ', -1);
+    // One compiler writes the star of a result before the name.
+    return signature.section('(', 0, 0).section(' ', -1).remove('*');
 }
 
 QString levelName(QtMsgType type)
