@@ -7,6 +7,7 @@
 #include <LibCorvane/deskCapturers/AVFoundationCapture.h>
 #include <LibCorvane/deskCapturers/DeskDuplManagerMac.h>
 #include <support/LogCapture.h>
+#include <support/ThreadSanitizerQt.h>
 
 #include <QEventLoop>
 #include <QPointer>
@@ -308,5 +309,5 @@ void TestDeskDuplManagerUsers::threadsThatWaitForEachOtherAreAllServed()
     QVERIFY(lines.contains(acquired("10", 1)));
 }
 
-QTEST_GUILESS_MAIN(TestDeskDuplManagerUsers)
+CORVANE_THREADS_MAIN(TestDeskDuplManagerUsers)
 #include "tst_deskduplmanager_users.moc"

@@ -64,7 +64,9 @@ LogCapture::~LogCapture()
 QVector<LogLine> LogCapture::lines() const
 {
     const QMutexLocker lock(&store().mutex);
-    return store().lines;
+    QVector<LogLine> copy = store().lines;
+    copy.detach(); // while no other thread can log into what is shared
+    return copy;
 }
 
 QStringList LogCapture::messages(QtMsgType type) const
