@@ -24,6 +24,7 @@
 /// All functions may be called from any thread, on one record too, but for
 /// freeAVFoundationCapture(), which must be the last on its record.
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): hosts know this name, too
 struct _AVFoundationCaptureImpl;
 /// One running capture of one display; see allocAVFoundationCapture().
 using AVFoundationCaptureImpl = _AVFoundationCaptureImpl;

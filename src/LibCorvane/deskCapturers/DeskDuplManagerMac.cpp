@@ -11,6 +11,7 @@
 #include <QVariant>
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -24,18 +25,28 @@ void publish(DeskCaptureOption *option)
         application->setProperty(kOptionProperty, reinterpret_cast<qint64>(option));
 }
 
-void end(QThread &thread)
+void endThread(QThread &thread)
 {
     thread.quit();
     thread.wait();
 }
 
-// The manager's destructor deletes capturers that a host may still hold.
-void deleteLaterIfAlive(const QPointer<IDeskCapture> &capturer)
-{
-    if (capturer)
-        capturer->deleteLater();
-}
+// Does nothing when the manager's destructor has deleted the capturer that a host still held.
+class LaterDeletion {
+public:
+    explicit LaterDeletion(IDeskCapture *capturer)
+        : m_capturer(std::make_shared<QPointer<IDeskCapture>>(capturer))
+    {
+    }
+    void operator()(IDeskCapture *) const
+    {
+        if (*m_capturer)
+            (*m_capturer)->deleteLater();
+    }
+
+private:
+    std::shared_ptr<QPointer<IDeskCapture>> m_capturer;
+};
 
 } // namespace
 
@@ -51,7 +62,7 @@ DeskDuplManagerMac::~DeskDuplManagerMac()
     for (const CaptureContext &context : qAsConst(m_contexts)) {
         if (context.capturer)
             context.capturer->deleteLater();
-        end(*context.worker);
+        endThread(*context.worker);
     }
 }
 
@@ -75,7 +86,7 @@ void DeskDuplManagerMac::addDisplay(const QString &id)
 {
     // Of a display that the system lists twice the later entry stays.
     if (QThread *earlier = m_contexts.value(id).worker)
-        end(*earlier);
+        endThread(*earlier);
 
     CaptureContext context;
     context.worker = new QThread(this);
@@ -150,6 +161,7 @@ void DeskDuplManagerMac::makeCapturerOnOwnThread(const QString &id)
         this, [this, id] { makeCapturer(id); }, Qt::BlockingQueuedConnection);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature stands in the log
 void DeskDuplManagerMac::makeCapturer(QString id)
 {
     const auto context = m_contexts.find(id);
@@ -163,7 +175,5 @@ void DeskDuplManagerMac::makeCapturer(QString id)
     // Kept also when it cannot start: it then gives empty frames.
     auto *capturer = new AVFoundationCapture(m_option); // owned by the shared pointer
     capturer->start(static_cast<uint32_t>(id.toInt(nullptr, 10)));
-    context->capturer.reset(capturer, [alive = QPointer<IDeskCapture>(capturer)](IDeskCapture *) {
-        deleteLaterIfAlive(alive);
-    });
+    context->capturer.reset(capturer, LaterDeletion(capturer));
 }

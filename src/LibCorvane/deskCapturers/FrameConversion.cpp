@@ -37,7 +37,7 @@ std::uint32_t withRedAndBlueSwapped(std::uint32_t pixel)
     return (pixel & 0xff00ff00U) | (pixel >> 16 & 0xffU) | (pixel & 0xffU) << 16;
 }
 
-template <int Pixels>
+template <std::ptrdiff_t Pixels>
 void convertPixels(const uchar *bgra, uchar *rgba, std::uint32_t alphaBits)
 {
     std::uint32_t block[Pixels];
@@ -50,8 +50,8 @@ void convertPixels(const uchar *bgra, uchar *rgba, std::uint32_t alphaBits)
 // In blocks of a fixed length, which compilers vectorise at every optimisation level.
 void convertRow(const uchar *bgra, uchar *rgba, int width, std::uint32_t alphaBits)
 {
-    constexpr int kBlock = 8;
-    int x = 0;
+    constexpr std::ptrdiff_t kBlock = 8;
+    std::ptrdiff_t x = 0;
     for (; x + kBlock <= width; x += kBlock)
         convertPixels<kBlock>(bgra + 4 * x, rgba + 4 * x, alphaBits);
     for (; x < width; ++x)
