@@ -5,6 +5,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <limits>
 #include <random>

@@ -68,7 +68,8 @@ public:
     /// "[DeskDuplManagerMac]: Making capturer " id before it, when one had to be made.
     ///
     /// A display that cannot be captured has a capturer all the same, which gives empty frames; the
-    /// log told so when it was made (see AVFoundationCapture::start()).
+    /// log told so when it was made (see AVFoundationCapture::start()). Of such a capturer only
+    /// nextFrame() may be called.
     QSharedPointer<IDeskCapture> acquireCapturer(QString id) override;
 
     /// Gives one user of the display back. At 0 users the manager drops the capturer, also when it
