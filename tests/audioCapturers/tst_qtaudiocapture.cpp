@@ -2,6 +2,7 @@
 #include <support/Interpose.h>
 #include <support/LogCapture.h>
 #include <support/SoundServer.h>
+#include <support/ThreadSanitizerQt.h>
 
 #include <QAudioFormat>
 #include <QAudioInput>
@@ -380,5 +381,5 @@ void TestQtAudioCapture::connectionsDecideWhetherItIsEmpty()
     QVERIFY(capture.isEmptyConnection());
 }
 
-QTEST_GUILESS_MAIN(TestQtAudioCapture)
+CORVANE_THREADS_MAIN(TestQtAudioCapture)
 #include "tst_qtaudiocapture.moc"

@@ -44,7 +44,8 @@ foreach(symbol IN LISTS symbols)
     list(APPEND seen ${CMAKE_MATCH_2})
   elseif(functions AND name MATCHES "^([a-z][A-Za-z0-9_]*::)*(${function_names})\\(")
     list(APPEND seen ${CMAKE_MATCH_2})
-  elseif(symbol MATCHES " [Wu] ([a-z]+ )?(std|__gnu_cxx)::" OR name MATCHES "^(_|$)")
+  elseif(symbol MATCHES " [WuV] (${decoration})?([a-z]+ )?(std|__gnu_cxx)::"
+      OR name MATCHES "^(_[A-Za-z0-9_]*)?$")
     # The standard library's templates are visible in every library; the rest is the linker's.
   else()
     message(SEND_ERROR "exported, but not in a public header: ${symbol}")

@@ -7,6 +7,11 @@ foreach(needed
     include/LibCorvane/Export.h
     include/LibCorvane/audioCapturers/IAudioCapture.h
     include/LibCorvane/audioCapturers/AudioCapManagerMac.h
+    include/LibCorvane/deskCapturers/AVFoundationCaptureImpl.h
+    include/LibCorvane/deskCapturers/DeskDuplManagerMac.h
+    include/LibCorvane/deskCapturers/IDeskCapture.h
+    include/LibCorvane/deskCapturers/IDeskDuplManager.h
+    ${LIBDIR}/cmake/LibCorvane/FindLibCorvaneOpenCV.cmake
     ${LIBDIR}/cmake/LibCorvane/LibCorvaneConfig.cmake
     ${LIBDIR}/cmake/LibCorvane/LibCorvaneConfigVersion.cmake
     ${LIBDIR}/cmake/LibCorvane/LibCorvaneTargets.cmake

@@ -12,17 +12,6 @@ namespace {
 
 constexpr uid_t kNobody = 65534;
 
-/// "Class::function" out of a compiler's signature.
-QString functionName(const QString &signature)
-{
-    return signature.section('(', 0, 0).section(' ', -1);
-}
-
-QString levelName(QtMsgType type)
-{
-    return type == QtCriticalMsg ? "critical" : QString("level %1").arg(type);
-}
-
 QStringList critical(const char *function, const QString &message)
 {
     return {QStringList{"critical", "default", function, message}.join('|')};
@@ -50,17 +39,6 @@ void writeBytes(const QString &path, const QByteArray &bytes)
 QString reason(int error)
 {
     return QString::fromLocal8Bit(std::strerror(error));
-}
-
-QStringList logged(const LogCapture &log)
-{
-    QStringList texts;
-    for (const LogLine &line : log.lines()) {
-        texts << QStringList{levelName(line.type), line.category, functionName(line.function),
-                             line.message}
-                     .join('|');
-    }
-    return texts;
 }
 
 QStringList openFailure(const QString &path, const QString &why)

@@ -19,9 +19,6 @@ void writeBytes(const QString &path, const QByteArray &bytes);
 /// The system's text for an errno value.
 QString reason(int error);
 
-/// One "level|category|Class::function|message" per captured line.
-QStringList logged(const LogCapture &log);
-
 // What logged() gives for each failure that the configuration store reports.
 QStringList openFailure(const QString &path, const QString &why);
 QStringList parseFailure(const QString &path, const QString &why);

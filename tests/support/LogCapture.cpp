@@ -1,7 +1,6 @@
 #include "LogCapture.h"
 
 #include <QMutex>
-#include <QStringList>
 
 namespace corvane::test {
 namespace {
@@ -24,6 +23,30 @@ void collect(QtMsgType type, const QMessageLogContext &context, const QString &m
         {type, QString::fromUtf8(context.category), QString::fromUtf8(context.function), message});
 }
 
+/// "Class::function" out of a compiler's signature.
+QString functionName(const QString &signature)
+{
+    // One compiler writes the star of a result before the name.
+    return signature.section('(', 0, 0).section(' ', -1).remove('*');
+}
+
+QString levelName(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+        return "debug";
+    case QtInfoMsg:
+        return "info";
+    case QtWarningMsg:
+        return "warning";
+    case QtCriticalMsg:
+        return "critical";
+    case QtFatalMsg:
+        break;
+    }
+    return "fatal";
+}
+
 } // namespace
 
 LogCapture::LogCapture()
@@ -41,7 +64,9 @@ LogCapture::~LogCapture()
 QVector<LogLine> LogCapture::lines() const
 {
     const QMutexLocker lock(&store().mutex);
-    return store().lines;
+    QVector<LogLine> copy = store().lines;
+    copy.detach(); // while no other thread can log into what is shared
+    return copy;
 }
 
 QStringList LogCapture::messages(QtMsgType type) const
@@ -66,6 +91,17 @@ void LogCapture::clear()
 {
     const QMutexLocker lock(&store().mutex);
     store().lines.clear();
+}
+
+QStringList logged(const LogCapture &log)
+{
+    QStringList texts;
+    for (const LogLine &line : log.lines()) {
+        texts << QStringList{levelName(line.type), line.category, functionName(line.function),
+                             line.message}
+                     .join('|');
+    }
+    return texts;
 }
 
 } // namespace corvane::test

@@ -2,6 +2,7 @@
 #define CORVANE_TESTS_LOGCAPTURE_H
 
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace corvane::test {
@@ -33,6 +34,9 @@ public:
 private:
     QtMessageHandler m_previous;
 };
+
+/// One "level|category|Class::function|message" per captured line.
+QStringList logged(const LogCapture &log);
 
 } // namespace corvane::test
 

@@ -2,6 +2,25 @@
 
 #include <QDebug>
 
+#include <exception>
+
+namespace {
+
+// The image's pixels go with the image: the matrix gets its own.
+cv::Mat ownedMatrix(const QImage &image)
+{
+    const cv::Mat view(image.height(), image.width(), CV_8UC4,
+                       const_cast<uchar *>(image.constBits()),
+                       static_cast<size_t>(image.bytesPerLine()));
+    try {
+        return view.clone();
+    } catch (const std::exception &) { // no memory
+        return {};
+    }
+}
+
+} // namespace
+
 AVFoundationCapture::AVFoundationCapture(DeskCaptureOption *option, QObject *parent)
     : IDeskCapture(parent)
     , m_option(option)
@@ -36,11 +55,7 @@ cv::Mat AVFoundationCapture::nextFrame()
     if (!m_impl)
         return {};
     const QImage frame = AVCaptureNextFrame(m_impl);
-    if (frame.isNull())
-        return {};
-    const cv::Mat view(frame.height(), frame.width(), CV_8UC4, const_cast<uchar *>(frame.bits()),
-                       static_cast<size_t>(frame.bytesPerLine()));
-    return view.clone();
+    return frame.isNull() ? cv::Mat() : ownedMatrix(frame);
 }
 
 void AVFoundationCapture::setOutputSize(QSize size)

@@ -10,8 +10,8 @@ class DeskCaptureOption;
 /// The capturer of one display, on the system's own screen capture: AVFoundation on macOS, X11 on
 /// Linux. DeskDuplManagerMac makes one for each display.
 ///
-/// Frames are 300 pixels wide at first, in the shape of the display, and come at most 25 times a
-/// second. Only the latest is kept.
+/// Frames are 300 pixels wide at first, in the shape of the display (300 × 168 for 1920 × 1080),
+/// and come at most 25 times a second. Only the latest is kept.
 ///
 /// \par Ownership
 /// The capture record that start() makes is not ended with the object: a session outlives its
@@ -25,10 +25,11 @@ class LIBCORVANE_EXPORT AVFoundationCapture : public IDeskCapture {
     Q_DISABLE_COPY(AVFoundationCapture)
 public:
     /// \param option is kept and not consulted; may be null.
+    /// \param parent owns the object; may be null.
     explicit AVFoundationCapture(DeskCaptureOption *option, QObject *parent = nullptr);
     ~AVFoundationCapture() override;
 
-    /// Starts the capture of a display.
+    /// Starts the capture of a display. To be called once.
     /// \param displayId one of availableDisplayIDs(), or 0 for the main display.
     /// \return false after a failure, which is logged as critical, "[AVFoundationCapture]: Cannot
     ///         init AVFoundation capture"; nextFrame() then stays empty, and none of the operations
@@ -42,11 +43,13 @@ public:
     /// The display's size. Needs a started capturer.
     QSize originSize() override;
 
-    /// A copy of the latest frame; empty before the first frame, and when not started.
+    /// A copy of the latest frame; empty before the first frame, when not started, and when there
+    /// is no memory for it.
     cv::Mat nextFrame() override;
 
 public Q_SLOTS:
-    /// Sets the size of the frames that are captured from now on. Needs a started capturer.
+    /// Sets the size of the frames that are captured from now on, in pixels; see
+    /// AVCaptureSetOutputSize(). Needs a started capturer.
     void setOutputSize(QSize size) override;
 
 private:

@@ -24,6 +24,7 @@
 /// All functions may be called from any thread, on one record too, but for
 /// freeAVFoundationCapture(), which must be the last on its record.
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): hosts know this name, too
 struct _AVFoundationCaptureImpl;
 /// One running capture of one display; see allocAVFoundationCapture().
 using AVFoundationCaptureImpl = _AVFoundationCaptureImpl;
@@ -40,8 +41,8 @@ LIBCORVANE_EXPORT AVFoundationCaptureImpl *allocAVFoundationCapture(uint32_t dis
 /// Ends the capture and frees the record. Null is permitted.
 LIBCORVANE_EXPORT void freeAVFoundationCapture(AVFoundationCaptureImpl *record);
 
-/// Sets the size of the frames that are captured from now on, in pixels. With an empty size none is
-/// captured until the next call.
+/// Sets the size of the frames that are captured from now on, in pixels. With an empty size, or one
+/// of more than 16384 × 16384 pixels in all, none is captured until the next call.
 LIBCORVANE_EXPORT void AVCaptureSetOutputSize(AVFoundationCaptureImpl *record, const QSize &size);
 
 /// The size of the display, in pixels on Linux and in points on macOS.

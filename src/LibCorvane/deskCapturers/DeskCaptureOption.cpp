@@ -32,8 +32,9 @@ void DeskCaptureOption::setCurMode(int newCurMode)
     if (newCurMode == m_curMode)
         return;
     if (newCurMode < 0 || newCurMode >= m_totalOfMode) {
+        const qint64 highest = qint64(m_totalOfMode) - 1; // the total may be any int
         qInfo() << "[DeskCaptureOption]: The newCurMode: " << newCurMode << " is out of range[0, "
-                << m_totalOfMode - 1 << "]";
+                << highest << "]";
         return;
     }
     m_curMode = newCurMode;

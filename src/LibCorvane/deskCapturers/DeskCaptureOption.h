@@ -9,12 +9,14 @@
 ///
 /// What a mode means is the host's business; the library stores, checks, announces and (through
 /// DeskDuplManagerMac) saves the number, and never acts on it. The manager makes the one object of
-/// an application and publishes its address as the application's property
-/// "runtime.options.deskCaptureOption":
+/// an application, owns it, and publishes its address as the application's property
+/// "runtime.options.deskCaptureOption". The property stays when the manager goes; the object does
+/// not:
 ///
 /// \code
-/// const auto address = qApp->property("runtime.options.deskCaptureOption").toLongLong();
-/// auto *option = reinterpret_cast<DeskCaptureOption *>(address);
+/// const QVariant address =
+///     QCoreApplication::instance()->property("runtime.options.deskCaptureOption");
+/// auto *option = reinterpret_cast<DeskCaptureOption *>(address.toLongLong());
 /// option->setCurMode(2);
 /// \endcode
 ///
@@ -26,23 +28,27 @@ class LIBCORVANE_EXPORT DeskCaptureOption : public QObject {
     Q_PROPERTY(int totalOfMode READ totalOfMode WRITE setTotalOfMode NOTIFY totalOfModeChanged)
     /// The current mode, from 0 to totalOfMode - 1; 0 after construction.
     Q_PROPERTY(int curMode READ curMode WRITE setCurMode NOTIFY curModeChanged)
+    Q_DISABLE_COPY(DeskCaptureOption)
 public:
+    /// One mode, the mode 0. \param parent owns the object; may be null.
     explicit DeskCaptureOption(QObject *parent);
     ~DeskCaptureOption() override;
 
     /// The number of modes.
     int totalOfMode() const;
 
-    /// Sets the number of modes, whatever it is. The current mode stays, even when it is no longer
-    /// in range.
+    /// Sets the number of modes, whatever it is, and announces a change. The current mode stays,
+    /// even when it is no longer in range.
     void setTotalOfMode(int newTotalOfMode);
 
     /// The current mode.
     int curMode() const;
 
-    /// Changes the mode. A change is logged at info level, then announced. A value out of range
-    /// changes nothing and is logged at info level too:
-    /// "[DeskCaptureOption]: The newCurMode: " value " is out of range[0, " highest "]".
+    /// Changes the mode. A change is logged at info level,
+    /// "[DeskCaptureOption]: The current desk catpure mode already changed to " mode "mode.", and
+    /// announced after that. A value out of range changes nothing and is logged at info level too:
+    /// "[DeskCaptureOption]: The newCurMode: " value " is out of range[0, " highest "]". The
+    /// current mode is no change, whatever the range.
     void setCurMode(int newCurMode);
 
 Q_SIGNALS:

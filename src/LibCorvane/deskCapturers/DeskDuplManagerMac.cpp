@@ -6,16 +6,47 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QPointer>
 #include <QThread>
 #include <QVariant>
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
 constexpr int kModes = 3;
 const char kModeKey[] = "screenCaptureMode";
 const char kOptionProperty[] = "runtime.options.deskCaptureOption";
+
+void publish(DeskCaptureOption *option)
+{
+    if (QCoreApplication *application = QCoreApplication::instance())
+        application->setProperty(kOptionProperty, reinterpret_cast<qint64>(option));
+}
+
+void endThread(QThread &thread)
+{
+    thread.quit();
+    thread.wait();
+}
+
+// Does nothing when the manager's destructor has deleted the capturer that a host still held.
+class LaterDeletion {
+public:
+    explicit LaterDeletion(IDeskCapture *capturer)
+        : m_capturer(std::make_shared<QPointer<IDeskCapture>>(capturer))
+    {
+    }
+    void operator()(IDeskCapture *) const
+    {
+        if (*m_capturer)
+            (*m_capturer)->deleteLater();
+    }
+
+private:
+    std::shared_ptr<QPointer<IDeskCapture>> m_capturer;
+};
 
 } // namespace
 
@@ -31,8 +62,7 @@ DeskDuplManagerMac::~DeskDuplManagerMac()
     for (const CaptureContext &context : qAsConst(m_contexts)) {
         if (context.capturer)
             context.capturer->deleteLater();
-        context.worker->quit();
-        context.worker->wait();
+        endThread(*context.worker);
     }
 }
 
@@ -42,8 +72,9 @@ void DeskDuplManagerMac::setUpOption()
     m_option->setTotalOfMode(kModes);
     const int stored = ConfigurationManager::instance()->globalValue(kModeKey).toInt();
     m_option->setCurMode(std::clamp(stored, 0, kModes - 1));
-    qApp->setProperty(kOptionProperty, reinterpret_cast<qint64>(m_option));
+    publish(m_option);
 
+    // From here on: what was just read is not written back.
     connect(m_option, &DeskCaptureOption::curModeChanged, m_option, [option = m_option] {
         auto *configuration = ConfigurationManager::instance();
         configuration->setGlobalValue(kModeKey, option->curMode());
@@ -53,6 +84,10 @@ void DeskDuplManagerMac::setUpOption()
 
 void DeskDuplManagerMac::addDisplay(const QString &id)
 {
+    // Of a display that the system lists twice the later entry stays.
+    if (QThread *earlier = m_contexts.value(id).worker)
+        endThread(*earlier);
+
     CaptureContext context;
     context.worker = new QThread(this);
     context.worker->start();
@@ -126,6 +161,7 @@ void DeskDuplManagerMac::makeCapturerOnOwnThread(const QString &id)
         this, [this, id] { makeCapturer(id); }, Qt::BlockingQueuedConnection);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature stands in the log
 void DeskDuplManagerMac::makeCapturer(QString id)
 {
     const auto context = m_contexts.find(id);
@@ -139,5 +175,5 @@ void DeskDuplManagerMac::makeCapturer(QString id)
     // Kept also when it cannot start: it then gives empty frames.
     auto *capturer = new AVFoundationCapture(m_option); // owned by the shared pointer
     capturer->start(static_cast<uint32_t>(id.toInt(nullptr, 10)));
-    context->capturer.reset(capturer, [](IDeskCapture *object) { object->deleteLater(); });
+    context->capturer.reset(capturer, LaterDeletion(capturer));
 }

@@ -25,29 +25,35 @@ class QThread;
 ///
 /// A display id is the system's number of the display in decimal. The list is made once, at
 /// construction, with a started capturer for each display, which the first user gets. After the
-/// last release the capturer is gone; the next user gets a new one.
+/// last release the capturer is gone; the next user gets a new one. Displays that come later are
+/// not seen. The capture mode makes no difference to how a display is captured.
 ///
 /// Construction also makes the DeskCaptureOption: three modes, the current one read from the global
-/// value "screenCaptureMode" (0 when it is missing or no number, else the nearest of 0 to 2),
-/// published as the application's property "runtime.options.deskCaptureOption". Each change of the
-/// mode is written to "screenCaptureMode" and saved at once (see ConfigurationManager).
+/// value "screenCaptureMode" (0 when that is missing or no whole number, else the nearest of 0 to
+/// 2), published as the application's property "runtime.options.deskCaptureOption" when there is an
+/// application object. Each change of the mode is written to "screenCaptureMode" and saved at once
+/// (see ConfigurationManager).
 ///
 /// \par Threads
-/// Make and delete it on the main thread. acquireCapturer(), releaseCapturer() and capturerDesc()
-/// may be called from any thread, allCapturer() and defaultCapturer() too. Capturers are always
-/// made on the manager's own thread: a caller on another thread may wait for it, so that thread
-/// must run its event loop, and must not itself wait for such a caller. The capturers are destroyed
-/// by that event loop.
+/// Make and delete it on the main thread, where the ConfigurationManager is used. All operations
+/// may be called from any thread. Capturers are always made on the manager's own thread: when one
+/// has to be made, a caller on another thread waits for it, and other callers wait for that one.
+/// So the manager's thread must run its event loop, and must not itself call the manager from a
+/// handler while another thread may be acquiring: each would wait for the other. Capturers are
+/// destroyed by that event loop.
 class LIBCORVANE_EXPORT DeskDuplManagerMac : public IDeskDuplManager {
     Q_OBJECT
     Q_INTERFACES(IDeskDuplManager)
     Q_DISABLE_COPY(DeskDuplManagerMac)
 public:
+    /// Makes the option, then a started capturer for each of availableDisplayIDs(), with
+    /// capturerReady() after each.
     /// \param parent is ignored: the manager has no parent, and the caller owns it.
     explicit DeskDuplManagerMac(QObject *parent);
 
-    /// Drops the capturers and ends the manager's threads. Capturers that a host still holds stay
-    /// usable only until control returns to the event loop: release them before.
+    /// Deletes the option, ends the manager's threads, and lets the event loop delete the
+    /// capturers. A pointer that a host still holds may be dropped later, but not used any more
+    /// once control has returned to the event loop.
     ~DeskDuplManagerMac() override;
 
     /// The ids of all displays, in string order: 10 comes before 2.
@@ -56,23 +62,33 @@ public:
     /// The first of allCapturer(); a null string when there is no display.
     QString defaultCapturer() override;
 
-    /// The capturer of the display with one more user, logged at info level; null, without a line,
-    /// when the id is unknown.
+    /// The capturer of the display with one more user; null, without a log line, when the id is
+    /// unknown. Logged at info level:
+    /// "[DeskDuplManagerMac]: The capturer " id " references has already changed to " users, and
+    /// "[DeskDuplManagerMac]: Making capturer " id before it, when one had to be made.
     ///
     /// A display that cannot be captured has a capturer all the same, which gives empty frames; the
-    /// log told so when it was made.
+    /// log told so when it was made (see AVFoundationCapture::start()). Of such a capturer only
+    /// nextFrame() may be called.
     QSharedPointer<IDeskCapture> acquireCapturer(QString id) override;
 
     /// Gives one user of the display back. At 0 users the manager drops the capturer, also when it
-    /// was 0 before. Logged at info level; an unknown id is logged as critical.
+    /// was 0 before.
+    ///
+    /// Logged at info level: "[DeskDuplManagerMac]: The capturer " id " references has already
+    /// changed to " users, and at 0 "[DeskDuplManagerMac]: The capturer " id "does not have any
+    /// renferences and has been released." An unknown id changes nothing and is logged as critical:
+    /// "[DeskDuplManagerMac]: Not found capturer to release capturer reference count :" id.
     void releaseCapturer(QString id) override;
 
-    /// Empty, as no display has a description yet.
+    /// Empty, as no display has a description yet, and for an unknown id.
     QString capturerDesc(QString id) override;
 
 protected:
-    /// Makes and starts the capturer of a known display in place of one it may still hold. Runs on
-    /// the manager's own thread only. An unknown id is logged as critical.
+    /// Makes and starts the capturer of a known display, and deletes one that it still holds,
+    /// later. Only for the manager's own thread while no other thread uses the manager. An unknown
+    /// id is logged as critical:
+    /// "[DeskDuplManagerMac]: Not found capturer context to making capturer, id: " id.
     void makeCapturer(QString id);
 
 private:

@@ -11,6 +11,13 @@ namespace corvane {
 /// Frames are this wide unless the host asks for another size.
 constexpr int kWorkingWidth = 300;
 
+/// No frame has more pixels, one gigabyte: a larger size is a mistake, and on a system that
+/// promises more memory than it has it would be the end of the process.
+constexpr qint64 kMostPixels = qint64(16384) * 16384;
+
+/// Whether frames of this size can be made.
+bool isFrameSize(QSize size);
+
 /// The whole pixels of a display's bounds, fractions cut off.
 QSize originSize(double width, double height);
 
@@ -19,7 +26,7 @@ QSize originSize(double width, double height);
 QSize workingSize(double width, double height);
 
 /// Pixels that belong to somebody else: 32 bits each, blue in the first byte, then green, red and
-/// alpha.
+/// alpha. A row has at least 4 × width bytes.
 struct BgraPixels {
     const uchar *bits;
     int width;
@@ -31,7 +38,7 @@ struct BgraPixels {
 enum class Alpha { Keep, Opaque };
 
 /// The picture in Format_RGBA8888, scaled to the size with bilinear interpolation. Null when the
-/// picture or the size is empty.
+/// picture is empty, when isFrameSize() denies the size, and when memory is short.
 QImage convertedFrame(const BgraPixels &pixels, QSize size, Alpha alpha);
 
 } // namespace corvane

@@ -22,8 +22,10 @@
 ///
 /// \par Threads
 /// Capturers are shared, so all four operations may be called from any thread, at any time and at
-/// any rate. The object itself lives on the thread that made it, that of the manager.
+/// any rate. The object itself lives on the thread that made it, that of the manager, whose event
+/// loop deletes it.
 class LIBCORVANE_EXPORT IDeskCapture : public QObject {
+    Q_DISABLE_COPY(IDeskCapture)
 public:
     explicit IDeskCapture(QObject *parent = nullptr);
     ~IDeskCapture() override;

@@ -24,7 +24,7 @@ public:
     void setOriginSize(QSize size);
 
     /// Converts a delivered picture to the output size, in place of the latest frame. A reader
-    /// waits for at most one conversion. With an empty output size the frame stays.
+    /// waits for at most one conversion. What convertedFrame() refuses leaves the frame as it is.
     void deliver(const BgraPixels &pixels, Alpha alpha);
 
 private:

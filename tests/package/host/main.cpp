@@ -1,6 +1,9 @@
 #include <LibCorvane/ConfigurationManager.h>
 #include <LibCorvane/audioCapturers/AudioCapManagerMac.h>
 #include <LibCorvane/audioCapturers/IAudioCapture.h>
+#include <LibCorvane/deskCapturers/AVFoundationCaptureImpl.h>
+#include <LibCorvane/deskCapturers/DeskDuplManagerMac.h>
+#include <LibCorvane/deskCapturers/QtScreenCapture.h>
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -40,16 +43,47 @@ bool settingsAreKept()
     return ConfigurationManager::valWithXPath(stored, "strip.leds") == QJsonValue(60);
 }
 
+bool devicesAreListed()
+{
+    const auto *manager = AudioCapManagerMac::instance();
+    return manager->capturer("no such device").isNull()
+        && manager->defaultCapturer() == manager->allCapturers().value(0);
+}
+
+bool displaysAreListed()
+{
+    DeskDuplManagerMac manager(nullptr);
+    return manager.allCapturer().size() == availableDisplayIDs().size()
+        && manager.defaultCapturer() == manager.allCapturer().value(0)
+        && manager.acquireCapturer("no such display").isNull();
+}
+
+// A capturer of the host's own, behind the library's interface.
+class Blue : public QtScreenCapture {
+public:
+    cv::Mat nextFrame() override { return {9, 16, CV_8UC4, cv::Scalar(0, 0, 255, 255)}; }
+};
+
+bool framesAreMatrices()
+{
+    Blue blue;
+    IDeskCapture &capturer = blue;
+    const cv::Mat frame = capturer.nextFrame();
+    cv::Mat copy = frame.clone();
+    copy = cv::Scalar::all(0);
+    return frame.at<cv::Vec4b>(8, 15) == cv::Vec4b(0, 0, 255, 255)
+        && copy.at<cv::Vec4b>(8, 15) == cv::Vec4b();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    const auto *manager = AudioCapManagerMac::instance();
-
-    return check(settingsAreKept(), "settings are kept")
-        + check(signalArrives(), "a signal of the library arrives in the host")
-        + check(manager->capturer("no such device").isNull(), "an unknown device has no capturer")
-        + check(manager->defaultCapturer() == manager->allCapturers().value(0),
-                "the default device is the first of all");
+    int failures = check(settingsAreKept(), "settings are kept");
+    failures += check(signalArrives(), "a signal of the library arrives in the host");
+    failures += check(devicesAreListed(), "the sound devices are listed");
+    failures += check(displaysAreListed(), "the displays are listed");
+    failures += check(framesAreMatrices(), "frames are matrices of OpenCV");
+    return failures;
 }

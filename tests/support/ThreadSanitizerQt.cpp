@@ -1,0 +1,130 @@
+#include "ThreadSanitizerQt.h"
+
+#include "Interpose.h"
+
+#include <QMetaObject>
+#include <QMutex>
+#include <QThread>
+
+#include <private/qobject_p.h>
+
+#include <sanitizer/tsan_interface.h>
+
+using corvane::test::nextFunction;
+
+namespace {
+
+void happensBefore(const void *what)
+{
+    __tsan_release(const_cast<void *>(what));
+}
+
+void happensAfter(const void *what)
+{
+    __tsan_acquire(const_cast<void *>(what));
+}
+
+bool locksAreSeen()
+{
+    static const bool seen = !qEnvironmentVariableIsSet("CORVANE_UNSEEN_LOCKS");
+    return seen;
+}
+
+// What was done before an event was sent comes before its delivery.
+void beginDelivery(const QObject *receiver, const QEvent *event)
+{
+    happensAfter(receiver);
+    if (event->type() != QEvent::MetaCall)
+        return;
+    const auto *call = static_cast<const QAbstractMetaCallEvent *>(event);
+    if (call->sender())
+        happensAfter(call->sender());
+}
+
+} // namespace
+
+bool corvane::test::Application::notify(QObject *receiver, QEvent *event)
+{
+    const bool deletesReceiver = event->type() == QEvent::DeferredDelete;
+    beginDelivery(receiver, event);
+    const bool result = QCoreApplication::notify(receiver, event);
+    if (!deletesReceiver)
+        happensBefore(receiver);             // for a caller that waits for the delivery
+    happensBefore(QThread::currentThread()); // for one that waits for the thread's end
+    return result;
+}
+
+// From here on: functions of Qt as the library and the tests call them. Qt's own calls of these do
+// not come here.
+
+void QMutex::lock() noexcept
+{
+    static const auto next = nextFunction<void(QMutex *)>("_ZN6QMutex4lockEv");
+    next(this);
+    if (locksAreSeen())
+        happensAfter(this);
+}
+
+bool QMutex::tryLock(int timeout) noexcept
+{
+    static const auto next = nextFunction<bool(QMutex *, int)>("_ZN6QMutex7tryLockEi");
+    const bool locked = next(this, timeout);
+    if (locked && locksAreSeen())
+        happensAfter(this);
+    return locked;
+}
+
+void QMutex::unlock() noexcept
+{
+    static const auto next = nextFunction<void(QMutex *)>("_ZN6QMutex6unlockEv");
+    if (locksAreSeen())
+        happensBefore(this);
+    next(this);
+}
+
+bool QMetaObject::invokeMethodImpl(QObject *object, QtPrivate::QSlotObjectBase *slot,
+                                   Qt::ConnectionType type, void *result)
+{
+    using Invoke = bool(QObject *, QtPrivate::QSlotObjectBase *, Qt::ConnectionType, void *);
+    static const auto next =
+        nextFunction<Invoke>("_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9Qt"
+                             "Private15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
+    happensBefore(object);
+    const bool invoked = next(object, slot, type, result);
+    if (type == Qt::BlockingQueuedConnection)
+        happensAfter(object);
+    return invoked;
+}
+
+void QMetaObject::activate(QObject *sender, const QMetaObject *meta, int signal, void **arguments)
+{
+    using Activate = void(QObject *, const QMetaObject *, int, void **);
+    static const auto next = nextFunction<Activate>("_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
+    happensBefore(sender);
+    next(sender, meta, signal, arguments);
+}
+
+void QObject::deleteLater()
+{
+    static const auto next = nextFunction<void(QObject *)>("_ZN7QObject11deleteLaterEv");
+    happensBefore(this);
+    next(this);
+}
+
+void QObject::moveToThread(QThread *thread)
+{
+    static const auto next =
+        nextFunction<void(QObject *, QThread *)>("_ZN7QObject12moveToThreadEP7QThread");
+    happensBefore(this);
+    next(this, thread);
+}
+
+bool QThread::wait(QDeadlineTimer deadline)
+{
+    static const auto next =
+        nextFunction<bool(QThread *, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
+    const bool ended = next(this, deadline);
+    if (ended)
+        happensAfter(this);
+    return ended;
+}
