@@ -1,5 +1,6 @@
 #include "ConfigurationManager.h"
 
+#include "ControllerLayout_p.h"
 #include "JsonPath_p.h"
 
 #include <QByteArray>
@@ -10,6 +11,7 @@
 #include <QJsonParseError>
 #include <QRegularExpression>
 #include <QStandardPaths>
+#include <QTextStream>
 
 #include <optional>
 
@@ -65,6 +67,28 @@ std::optional<QString> rewriteFile(const QString &path, const QByteArray &bytes)
     if (file.error() != QFileDevice::NoError)
         return file.errorString();
     return std::nullopt;
+}
+
+QString layoutFolder()
+{
+    // Not to be corrected: this is where hosts look.
+    return QStandardPaths::writableLocation(QStandardPaths::DataLocation)
+        + QLatin1String("/controler_config/");
+}
+
+/// Keeps quiet about failures: the old file stays then, if there was one.
+void writeLayout(const QString &name, const QByteArray &bytes)
+{
+    const QString folder = layoutFolder();
+    const QDir directory(folder);
+    if (!directory.exists())
+        directory.mkpath(QStringLiteral("."));
+    QFile file(folder + name + QLatin1String(".json"));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
+        return;
+    QTextStream stream(&file);
+    stream.setCodec("utf-8");
+    stream << bytes;
 }
 
 } // namespace
@@ -224,6 +248,15 @@ QJsonValue ConfigurationManager::setValWithXPath(QJsonObject &object, QStringLis
 {
     corvane::setJsonValueAt(object, keys, value);
     return object;
+}
+
+void ConfigurationManager::generateControllerConfig(QString name, int height, int width, int bottom)
+{
+    const corvane::ControllerStrip strip{height, width, bottom};
+    qDebug() << name << " count:" << strip.keyCount() << " height:" << height << " width:" << width;
+    const QJsonObject layout = corvane::controllerLayout(strip);
+    if (!layout.isEmpty())
+        writeLayout(name.replace(u':', u'_'), QJsonDocument(layout).toJson());
 }
 
 bool isArrayIndex(const QString &text, int &index)

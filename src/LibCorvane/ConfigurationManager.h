@@ -54,7 +54,8 @@
 /// \par What is written when
 /// saveJsonObject(), save(), the save operations named after an object, and setAppConfig() write;
 /// nothing else does, least of all the destructor: changes without a save are lost at exit. A file
-/// is UTF-8, indented JSON, and always written whole.
+/// is UTF-8, indented JSON, and always written whole. generateControllerConfig() writes as well,
+/// but to another place, which is no part of the store.
 ///
 /// \par What a crash can lose
 /// A save removes the old file before it writes the new one, and does not wait for the disk. A
@@ -66,8 +67,8 @@
 /// There are no locks, not in instance() either. All calls belong on one thread, as a rule the main
 /// thread; a call from another thread must not overlap any other call. appConfigChanged() is
 /// emitted on the thread that calls setAppConfig(). The static functions that are given everything
-/// they work on (loadJsonObjectFromFile(), valWithXPath() and setValWithXPath()) may run on any
-/// thread, on distinct objects.
+/// they work on (loadJsonObjectFromFile(), valWithXPath(), setValWithXPath() and
+/// generateControllerConfig()) may run on any thread, on distinct objects and files.
 class LIBCORVANE_EXPORT ConfigurationManager : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY(ConfigurationManager)
@@ -165,6 +166,51 @@ public:
     ///         the next change of the object copy its top level.
     static QJsonValue setValWithXPath(QJsonObject &object, QStringList keys,
                                       const QJsonValue &value);
+
+    /// Writes the layout of an LED controller: the grid cell of each LED ("key"), and the segments
+    /// for effects that follow music.
+    ///
+    /// The strip starts at the bottom-left corner of the monitor and runs up the left side, along
+    /// the top, down the right side and along the bottom to the left: N = \p width + 2 * \p height
+    /// + \p bottom keys, numbered from 1. The grid's columns count from 0 at the left to \p width -
+    /// 1, its rows from 0 at the top to \p height - 1. Each corner's cell belongs to two keys, the
+    /// last of one side and the first of the next.
+    ///
+    /// | member      | type    | value                                                          |
+    /// |-------------|---------|----------------------------------------------------------------|
+    /// | "key_array" | array   | for each key {"id": 1 to N, "x": column, "y": row}             |
+    /// | "key_music" | array   | for each segment {"id": from 0 on, "direction": 0 or 1,        |
+    /// |             |         | "start": its first key, "stop": its last key}                  |
+    /// | "key_len"   | integer | \p width                                                       |
+    /// | "key_wid"   | integer | \p height, but 1 when that is less than 2                      |
+    /// | "key_num"   | integer | N                                                              |
+    ///
+    /// The segments are, in this order: the left side (direction 1), two of the top (0, 1), the
+    /// right side (0), two of the bottom (0, 1); a side without keys has none. Top and bottom are
+    /// both split by half of \p width, rounded toward zero. So an odd width leaves the top's middle
+    /// key out, and a bottom of less than half the width gets numbers beyond N. A height of 1 means
+    /// a single row: it has no left side, and begins with two more segments, which split the keys 1
+    /// to \p width (0, 1).
+    /// Dimensions are not checked: negative ones go through the same arithmetic, which is done in
+    /// 64 bits and holds any sum, as the numbers in the file do.
+    ///
+    /// The file is "controler_config/" (spelt like this) + \p name + ".json", every ":" of the name
+    /// turned into "_", below QStandardPaths::writableLocation(QStandardPaths::DataLocation), which
+    /// is not the data root. The folder is made, with its parents, when it is missing. An older
+    /// file is replaced.
+    ///
+    /// Each call logs one line at debug level: the name, " count:" N " height:" \p height " width:"
+    /// \p width. Failures are neither reported nor logged: when the file cannot be opened nothing
+    /// changes. The same holds for more than 1 000 000 keys, which no strip has, and whose layout
+    /// could take all memory.
+    ///
+    /// \param name the controller's name. A "/" in it leads to a sub-folder, which is not made.
+    /// \param height keys on each of the two vertical sides.
+    /// \param width keys along the top.
+    /// \param bottom keys along the bottom; often fewer than \p width, which leaves a gap before
+    /// the
+    ///        bottom-left corner.
+    static void generateControllerConfig(QString name, int height, int width, int bottom);
 
     /// The data root for an object that is still to be made; empty for the default location. Set
     /// it with setConfigPath().
