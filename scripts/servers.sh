@@ -64,8 +64,22 @@ start_screen() {
         echo 'The private X server did not start.' >&2
         return 1
     fi
-    export DISPLAY=:$display QT_QPA_PLATFORM=xcb
+    export DISPLAY=:$display
     unset WAYLAND_DISPLAY
+}
+
+# start_scene PROGRAM: something to see on the private screen.
+start_scene() {
+    local ready=''
+    mkfifo "$servers_dir/scene"
+    QT_QPA_PLATFORM=xcb "$1" >"$servers_dir/scene" 2>"$servers_dir/scene.log" &
+    end_with_script $!
+    read -r -t 30 ready <"$servers_dir/scene" || true
+    if [[ -z $ready ]]; then
+        cat "$servers_dir/scene.log" >&2
+        echo 'The test scene did not start.' >&2
+        return 1
+    fi
 }
 
 # The tone's source alone delivers two seconds at a time; behind a loopback of low latency it flows

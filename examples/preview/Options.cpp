@@ -4,6 +4,49 @@
 
 namespace {
 
+QCommandLineOption flag(const char *name, const char *text)
+{
+    return {QString::fromLatin1(name), QString::fromLatin1(text)};
+}
+
+QCommandLineOption option(const char *name, const char *value, const char *text)
+{
+    return {QString::fromLatin1(name), QString::fromLatin1(text), QString::fromLatin1(value)};
+}
+
+/// The options, and what they were given.
+struct CommandLine {
+    CommandLine();
+
+    QCommandLineParser parser;
+    QCommandLineOption help = parser.addHelpOption();
+    QCommandLineOption version = parser.addVersionOption();
+    QCommandLineOption list = flag("list", "List the displays and the sound devices, and end.");
+    QCommandLineOption headless =
+        flag("headless", "Show no window; print one status line a second.");
+    QCommandLineOption seconds = option("seconds", "N", "End after <N> seconds.");
+    QCommandLineOption snapshot =
+        option("snapshot", "FILE.png",
+               "Write what the window shows to <FILE.png> at the end; without --seconds, end "
+               "when the screen and the sound have come, or after 10 seconds.");
+    QCommandLineOption display = option("display", "ID", "Watch the display <ID> (see --list).");
+    QCommandLineOption device =
+        option("device", "NAME", "Listen to the device <NAME> (see --list).");
+    QCommandLineOption mode = option("mode", "screen|sound", "What lights the LED strip.");
+    QCommandLineOption config =
+        option("config", "DIR", "Keep all files in <DIR>, not in the user's own places.");
+};
+
+CommandLine::CommandLine()
+{
+    parser.setApplicationDescription(QStringLiteral(
+        "Shows a display with an LED strip around it, and the live spectrum of a sound device.\n\n"
+        "The strip follows the screen or the sound. What is chosen in the window holds for the "
+        "next\nstart, too; what is chosen here holds for this one. The status line counts the "
+        "frames that\ndiffer from the one before: on a still screen there are none."));
+    parser.addOptions({list, headless, seconds, snapshot, display, device, mode, config});
+}
+
 Options rejected(const QString &reason)
 {
     Options options;
@@ -20,55 +63,55 @@ Options printing(Options::Task task, const QString &text)
     return options;
 }
 
+std::optional<Mode> modeNamed(const QString &name)
+{
+    if (name == QLatin1String("screen"))
+        return Mode::Screen;
+    if (name == QLatin1String("sound"))
+        return Mode::Sound;
+    return std::nullopt;
+}
+
+Options previewing(const CommandLine &line)
+{
+    const QCommandLineParser &parser = line.parser;
+    Options options;
+    options.task = parser.isSet(line.list) ? Options::Task::List : Options::Task::Preview;
+    options.headless = parser.isSet(line.headless);
+    options.seconds = parser.value(line.seconds).toInt();
+    options.snapshot = parser.value(line.snapshot);
+    options.display = parser.value(line.display);
+    options.device = parser.value(line.device);
+    options.mode = modeNamed(parser.value(line.mode));
+    options.config = parser.value(line.config);
+    if (parser.isSet(line.seconds) && options.seconds < 1)
+        return rejected(QStringLiteral("--seconds needs a whole number above 0, not '%1'.")
+                            .arg(parser.value(line.seconds)));
+    if (parser.isSet(line.mode) && !options.mode)
+        return rejected(
+            QStringLiteral("--mode is screen or sound, not '%1'.").arg(parser.value(line.mode)));
+    for (const QCommandLineOption &named : {line.snapshot, line.config}) {
+        if (parser.isSet(named) && parser.value(named).isEmpty())
+            return rejected(QStringLiteral("--%1 needs a name.").arg(named.names().first()));
+    }
+    return options;
+}
+
 } // namespace
 
 Options parseOptions(const QStringList &arguments)
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Shows the live spectrum and the peaks of a sound device."));
-    const QCommandLineOption help = parser.addHelpOption();
-    const QCommandLineOption version = parser.addVersionOption();
-    const QCommandLineOption list(QStringLiteral("list"),
-                                  QStringLiteral("List the sound devices and end."));
-    const QCommandLineOption headless(
-        QStringLiteral("headless"),
-        QStringLiteral("Show no window; print one status line a second."));
-    const QCommandLineOption seconds(QStringLiteral("seconds"),
-                                     QStringLiteral("End after <N> seconds."), QStringLiteral("N"));
-    const QCommandLineOption snapshot(
-        QStringLiteral("snapshot"),
-        QStringLiteral("Write what the window shows to <FILE.png> at the end; "
-                       "without --seconds, end after the first blocks of sound."),
-        QStringLiteral("FILE.png"));
-    const QCommandLineOption device(QStringLiteral("device"),
-                                    QStringLiteral("Listen to the device <NAME> (see --list)."),
-                                    QStringLiteral("NAME"));
-    parser.addOptions({list, headless, seconds, snapshot, device});
-
+    CommandLine line;
+    QCommandLineParser &parser = line.parser;
     if (!parser.parse(arguments))
         return rejected(parser.errorText());
-    if (parser.isSet(help))
+    if (parser.isSet(line.help))
         return printing(Options::Task::ShowHelp, parser.helpText());
-    if (parser.isSet(version))
+    if (parser.isSet(line.version))
         return printing(Options::Task::ShowVersion,
                         QStringLiteral("corvane-preview " CORVANE_PREVIEW_VERSION "\n"));
     if (!parser.positionalArguments().isEmpty())
         return rejected(
             QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().first()));
-
-    Options options;
-    options.task = parser.isSet(list) ? Options::Task::ListDevices : Options::Task::Preview;
-    options.headless = parser.isSet(headless);
-    options.snapshot = parser.value(snapshot);
-    options.device = parser.value(device);
-    if (parser.isSet(seconds)) {
-        options.seconds = parser.value(seconds).toInt();
-        if (options.seconds < 1)
-            return rejected(QStringLiteral("--seconds needs a whole number above 0, not '%1'.")
-                                .arg(parser.value(seconds)));
-    }
-    if (parser.isSet(snapshot) && options.snapshot.isEmpty())
-        return rejected(QStringLiteral("--snapshot needs a file name."));
-    return options;
+    return previewing(line);
 }

@@ -1,12 +1,16 @@
 #ifndef CORVANE_PREVIEW_OPTIONS_H
 #define CORVANE_PREVIEW_OPTIONS_H
 
+#include "Mode.h"
+
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 /// What the command line asks for.
 struct Options {
-    enum class Task { Preview, ListDevices, ShowHelp, ShowVersion, RejectArguments };
+    enum class Task { Preview, List, ShowHelp, ShowVersion, RejectArguments };
 
     Task task = Task::Preview;
     /// What to print for ShowHelp, ShowVersion and RejectArguments.
@@ -16,8 +20,14 @@ struct Options {
     int seconds = 0;
     /// A file name, or empty.
     QString snapshot;
-    /// A device id, or empty for the default device.
+    /// A display's id, or empty for the one chosen before.
+    QString display;
+    /// A sound device's id, or empty for the one chosen before.
     QString device;
+    /// Nothing for the one chosen before.
+    std::optional<Mode> mode;
+    /// A folder, or empty for the user's own places.
+    QString config;
 };
 
 /// Reads the arguments, the program's name first.

@@ -58,7 +58,7 @@ void PeakMeter::clear()
 
 QSize PeakMeter::sizeHint() const
 {
-    return {132, 400};
+    return {112, 400};
 }
 
 void PeakMeter::timerEvent(QTimerEvent *)

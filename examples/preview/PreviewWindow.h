@@ -1,25 +1,39 @@
 #ifndef CORVANE_PREVIEW_PREVIEWWINDOW_H
 #define CORVANE_PREVIEW_PREVIEWWINDOW_H
 
+#include "Mode.h"
 #include "Sound.h"
 #include "Statistics.h"
+#include "StripLayout.h"
 
+#include <QImage>
 #include <QWidget>
 
-class DeviceChoice;
+class ChoiceBox;
+class ModeSwitch;
 class PeakMeter;
 class QLabel;
 class Readout;
 class SpectrumView;
+class StripView;
 
-/// The window: device choice, spectrum bars, peak meters and the figures of the last second.
-/// It only shows; what it shows is given to it.
+/// The window: the choices, the monitor with its strip, spectrum bars, peak meters and the figures
+/// of the last second. It only shows; what it shows is given to it.
 class PreviewWindow : public QWidget {
     Q_OBJECT
 public:
-    explicit PreviewWindow(const QStringList &devices, QWidget *parent = nullptr);
+    explicit PreviewWindow(const StripLayout &layout, QWidget *parent = nullptr);
 
+    void showDisplays(const QStringList &displays);
+    void showDisplay(const QString &display);
+    void showDevices(const QStringList &devices);
     void showDevice(const QString &device);
+    void showMode(Mode mode);
+
+    void showPicture(const QImage &picture);
+    /// A text in place of the monitor's picture.
+    void showMessage(const QString &text);
+    void showColours(const QVector<QRgb> &colours);
     void showBlock(const QVector<SoundChannel> &block);
     void showPeaks(const Peaks &peaks);
     void showStatistics(const Statistics &statistics, double seconds);
@@ -30,18 +44,26 @@ public:
     bool savePicture(const QString &fileName);
 
 signals:
-    /// The user chose another device.
+    // The user chose another one.
+    void displayChosen(const QString &display);
     void deviceChosen(const QString &device);
+    void modeChosen(Mode mode);
 
 private:
     QLayout *makeHeader();
+    QLayout *makeMiddle();
     QLayout *makeFooter();
 
-    DeviceChoice *m_devices;
+    ModeSwitch *m_mode;
+    ChoiceBox *m_displays;
+    ChoiceBox *m_devices;
+    StripView *m_strip;
     SpectrumView *m_spectrum;
     PeakMeter *m_meter;
+    Readout *m_frames;
+    Readout *m_mean;
     Readout *m_loudest;
-    Readout *m_rate;
+    Readout *m_blocks;
     QLabel *m_trouble;
 };
 

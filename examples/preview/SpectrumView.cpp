@@ -14,6 +14,7 @@ constexpr int kAxisHeight = 30;
 constexpr int kStubHeight = 2;
 constexpr int kLevelStep = 24;
 constexpr int kFrequencyStep = 100;
+constexpr qreal kFrequencyRoom = 44;
 constexpr qreal kBarPart = 0.74;
 
 QVector<float> filledParts(const QVector<Spectrum> &bins)
@@ -140,7 +141,9 @@ void SpectrumView::paintAxis(QPainter &painter) const
     const QRectF area = chart();
     const qreal slot = area.width() / bins;
     painter.setPen(QColor(theme::kQuietText));
-    for (int frequency = 0;; frequency += kFrequencyStep) {
+    const qreal roomPerStep = slot * kFrequencyStep / m_binWidth;
+    const int step = roomPerStep < kFrequencyRoom ? 2 * kFrequencyStep : kFrequencyStep;
+    for (int frequency = 0;; frequency += step) {
         const qreal x = area.left() + slot * ((frequency - m_lowest) / m_binWidth + 0.5);
         if (x > area.right())
             break;

@@ -16,6 +16,11 @@ void Statistics::addPeaks(const Peaks &latest)
     peaks.right = std::max(peaks.right, latest.right);
 }
 
+QString colourText(const std::optional<QRgb> &colour)
+{
+    return colour ? QColor(*colour).name() : QStringLiteral("none");
+}
+
 QString frequencyText(const std::optional<Partial> &partial)
 {
     return partial ? QStringLiteral("%1 Hz").arg(partial->frequency, 0, 'f', 1)
@@ -31,8 +36,11 @@ QString levelText(float amplitude)
 
 QString statusLine(const Statistics &statistics, double seconds)
 {
-    return QStringLiteral("%1 blocks/s, loudest %2, peaks left %3, right %4")
-        .arg(statistics.blocks / seconds, 0, 'f', 1)
-        .arg(frequencyText(statistics.loudest), levelText(statistics.peaks.left),
-             levelText(statistics.peaks.right));
+    const auto perSecond = [seconds](int count) {
+        return QString::number(count / seconds, 'f', 1);
+    };
+    return QStringLiteral("%1 frames/s, mean %2, %3 blocks/s, loudest %4, peaks left %5, right %6")
+        .arg(perSecond(statistics.frames), colourText(statistics.mean),
+             perSecond(statistics.blocks), frequencyText(statistics.loudest),
+             levelText(statistics.peaks.left), levelText(statistics.peaks.right));
 }

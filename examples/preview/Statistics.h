@@ -3,8 +3,14 @@
 
 #include "Sound.h"
 
-/// What was heard since the last status line.
+#include <QColor>
+
+/// What was seen and heard since the last status line.
 struct Statistics {
+    /// Frames that differ from the one before.
+    int frames = 0;
+    /// Of the latest frame, however old it is; nothing without one.
+    std::optional<QRgb> mean;
     int blocks = 0;
     /// Of all blocks; nothing for silence.
     std::optional<Partial> loudest;
@@ -14,6 +20,9 @@ struct Statistics {
     void addBlock(const QVector<SoundChannel> &block);
     void addPeaks(const Peaks &latest);
 };
+
+/// A colour for people: "#7f3020", or "none".
+QString colourText(const std::optional<QRgb> &colour);
 
 /// A frequency for people: "440.0 Hz", or "none" for silence.
 QString frequencyText(const std::optional<Partial> &partial);

@@ -8,6 +8,7 @@ namespace theme {
 
 constexpr QRgb kGround = 0xff12151b;
 constexpr QRgb kPanel = 0xff191d25;
+constexpr QRgb kMonitor = 0xff07080b;
 constexpr QRgb kLine = 0xff272d38;
 constexpr QRgb kText = 0xffe4e8ef;
 constexpr QRgb kQuietText = 0xff7f8a9c;

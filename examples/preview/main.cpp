@@ -2,8 +2,10 @@
 #include "PreviewSession.h"
 
 #include <LibCorvane/audioCapturers/AudioCapManagerMac.h>
+#include <LibCorvane/deskCapturers/AVFoundationCaptureImpl.h>
 
 #include <QApplication>
+#include <QLoggingCategory>
 
 #include <cstdio>
 #include <cstdlib>
@@ -26,42 +28,58 @@ Options readOptions(int argc, char **argv)
     return parseOptions(QCoreApplication::arguments());
 }
 
-int listDevices(int argc, char **argv)
+int list(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
+    const QList<unsigned int> displays = availableDisplayIDs();
     const QStringList devices = AudioCapManagerMac::instance()->allCapturers();
+    for (const unsigned int display : displays)
+        say(stdout, QStringLiteral("display %1\n").arg(display), 0);
+    for (const QString &device : devices)
+        say(stdout, QStringLiteral("device %1\n").arg(device), 0);
+    if (displays.isEmpty())
+        say(stderr, QStringLiteral("There is no display.\n"), 0);
     if (devices.isEmpty())
-        return say(stderr, QStringLiteral("There is no sound input device.\n"), 0);
-    return say(stdout, devices.join(u'\n') + u'\n', 0);
+        say(stderr, QStringLiteral("There is no sound input device.\n"), 0);
+    return 0;
 }
 
-bool hasScreen()
+// What cannot be previewed, or an empty string.
+QString unknownAmong(const Options &options, const QStringList &displays,
+                     const QStringList &devices)
 {
-    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+    if (!options.display.isEmpty() && !displays.contains(options.display))
+        return QStringLiteral("There is no display '%1'").arg(options.display);
+    if (!options.device.isEmpty() && !devices.contains(options.device))
+        return QStringLiteral("There is no device '%1'").arg(options.device);
+    return {};
 }
 
 int preview(const Options &options, int argc, char **argv)
 {
-    if (options.headless && !hasScreen() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+    // Without a window Qt needs no screen of its own, and survives the loss of one.
+    if (options.headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
+    Settings settings(options.config);
+    ScreenFeed screen;
     const QStringList devices = AudioCapManagerMac::instance()->allCapturers();
-    const QString device = options.device.isEmpty() ? devices.value(0) : options.device;
+    const QString unknown = unknownAmong(options, screen.displays(), devices);
+    if (!unknown.isEmpty())
+        return say(stderr, unknown + QStringLiteral("; --list names them.\n"), kBadArguments);
+    if (options.headless && devices.isEmpty() && screen.displays().isEmpty())
+        return say(stderr, QStringLiteral("There is neither a display nor a sound input device.\n"),
+                   kFailed);
 
-    if (options.headless && devices.isEmpty())
-        return say(stderr, QStringLiteral("There is no sound input device.\n"), kFailed);
-    if (!device.isEmpty() && !devices.contains(device))
-        return say(stderr,
-                   QStringLiteral("There is no device '%1'; --list names them.\n").arg(device),
-                   kBadArguments);
-
-    PreviewSession session(options, devices);
-    session.start(device);
+    PreviewSession session(options, settings, screen, devices);
+    session.start();
     return QApplication::exec();
 }
 
 int run(int argc, char **argv)
 {
+    // The library's everyday lines; QT_LOGGING_RULES brings them back.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false\ndefault.info=false"));
     const Options options = readOptions(argc, argv);
     switch (options.task) {
     case Options::Task::ShowHelp:
@@ -69,8 +87,8 @@ int run(int argc, char **argv)
         return say(stdout, options.message, 0);
     case Options::Task::RejectArguments:
         return say(stderr, options.message + QStringLiteral("\nSee --help.\n"), kBadArguments);
-    case Options::Task::ListDevices:
-        return listDevices(argc, argv);
+    case Options::Task::List:
+        return list(argc, argv);
     case Options::Task::Preview:
         break;
     }

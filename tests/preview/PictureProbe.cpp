@@ -1,6 +1,6 @@
 #include "PictureProbe.h"
 
-#include <QColor>
+#include <QWidget>
 
 #include <algorithm>
 #include <cstdlib>
@@ -49,6 +49,23 @@ int highestBar(const QVector<int> &heights)
     if (heights.isEmpty())
         return -1;
     return static_cast<int>(std::max_element(heights.cbegin(), heights.cend()) - heights.cbegin());
+}
+
+QImage partOf(const QImage &picture, const QWidget &child)
+{
+    return picture.copy(QRect(child.mapTo(child.window(), QPoint()), child.size()));
+}
+
+QColor colourIn(const QImage &picture, const QRectF &area)
+{
+    return picture.pixelColor(area.center().toPoint());
+}
+
+bool isNear(const QColor &colour, const QColor &expected, int tolerance)
+{
+    return std::abs(colour.red() - expected.red()) <= tolerance
+        && std::abs(colour.green() - expected.green()) <= tolerance
+        && std::abs(colour.blue() - expected.blue()) <= tolerance;
 }
 
 } // namespace corvane::test

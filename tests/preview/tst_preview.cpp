@@ -1,6 +1,7 @@
 #include <QtTest>
 
 #include "PictureProbe.h"
+#include "PreviewProgram.h"
 #include "Theme.h"
 #include <support/SoundServer.h>
 
@@ -14,33 +15,8 @@ namespace {
 constexpr double kTone = 440.0;
 // Half a bin at 44100 Hz.
 constexpr double kTolerance = 11.0;
-// A bound against hanging only; nothing here depends on how fast the machine is.
-constexpr int kTimeoutMs = 60000;
-
-struct Outcome {
-    int status = -1;
-    QStringList lines;
-    QString errors;
-};
-
-Outcome runPreview(const QStringList &arguments)
-{
-    QProcess preview;
-    preview.start(CORVANE_PREVIEW_PROGRAM, arguments);
-    if (!preview.waitForFinished(kTimeoutMs) || preview.exitStatus() != QProcess::NormalExit)
-        return {-1, {}, preview.errorString() + '\n' + preview.readAllStandardError()};
-    return {preview.exitCode(),
-            QString::fromUtf8(preview.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts),
-            QString::fromUtf8(preview.readAllStandardError())};
-}
-
-QRegularExpression statusForm()
-{
-    return QRegularExpression("^\\d+\\.\\d blocks/s, loudest (?:none|(\\d+\\.\\d) Hz), "
-                              "peaks left (?:silent|-?\\d+\\.\\d dB), "
-                              "right (?:silent|-?\\d+\\.\\d dB)$");
-}
-
+// What the monitor has without a picture.
+const QSize kUsualShape(16, 9);
 } // namespace
 
 class TestPreview : public QObject {
@@ -49,16 +25,23 @@ private slots:
     void init();
     void cleanup();
     void hearsTheToneAndDrawsIt();
+    void lightsTheStripWithTheTone();
+    void leavesTheStripDarkInSilence();
     void printsAStatusLineEachSecond();
     void listsTheDevices();
     void fallsBackToTheFirstDevice();
+    void returnsToTheChosenDevice();
+    void fallsBackWhenTheChosenDeviceIsGone();
+    void keepsAllFilesInTheFolderAskedFor();
+    void keepsItsFilesInTheUsersPlaces();
     void rejectsAnUnknownDevice();
     void rejectsBadArguments();
-    void saysThatThereIsNoDevice();
+    void saysThatThereIsNothingToPreview();
     void saysThatThePictureCannotBeWritten();
 
 private:
     QString file(const QString &name) const { return m_directory->filePath(name); }
+    QVector<QColor> ledsLitBy(const QString &device) const;
 
     std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<SoundServer> m_server;
@@ -67,6 +50,7 @@ private:
 void TestPreview::init()
 {
     m_directory = std::make_unique<QTemporaryDir>();
+    hideThisMachine(m_directory->path());
     m_server = std::make_unique<SoundServer>(QStringList{
         // Delivers two seconds at once, so that no busy moment can tear the tone.
         "module-sine-source source_name=tone frequency=440",
@@ -88,7 +72,7 @@ void TestPreview::hearsTheToneAndDrawsIt()
     QVERIFY(!outcome.lines.isEmpty());
     const auto match = statusForm().match(outcome.lines.last());
     QVERIFY2(match.hasMatch(), qPrintable(outcome.lines.last()));
-    QVERIFY2(std::abs(match.captured(1).toDouble() - kTone) <= kTolerance,
+    QVERIFY2(std::abs(match.captured(2).toDouble() - kTone) <= kTolerance,
              qPrintable(outcome.lines.last()));
 
     const QImage picture(file("picture.png"));
@@ -104,6 +88,44 @@ void TestPreview::hearsTheToneAndDrawsIt()
     }
 }
 
+QVector<QColor> TestPreview::ledsLitBy(const QString &device) const
+{
+    const Outcome outcome =
+        runPreview({"--headless", "--device", device, "--mode", "sound", "--snapshot",
+                    file("picture.png"), "--config", file("config")});
+    if (outcome.status != 0)
+        return {};
+    return ledColours(QImage(file("picture.png")), layoutIn(file("config")), kUsualShape);
+}
+
+void TestPreview::lightsTheStripWithTheTone()
+{
+    const QVector<QColor> leds = ledsLitBy("tone");
+    const StripLayout layout = layoutIn(file("config"));
+    QCOMPARE(leds.size(), 2 * 18 + 2 * 32);
+    for (int key = 0; key < leds.size(); ++key) {
+        // The keys share the band from 0 to 1000 Hz; a tone reaches some bins beyond its own.
+        const double lowest = 1000.0 * layout.keys[key].toneFrom;
+        const double highest = 1000.0 * layout.keys[key].toneTo;
+        const bool isLeft = layout.keys[key].cell.x() < 16;
+        const QColor full(isLeft ? theme::kLeft : theme::kRight);
+        if (lowest <= kTone && kTone < highest)
+            QVERIFY2(leds[key].value() > full.value() / 2
+                         && std::abs(leds[key].hue() - full.hue()) < 12,
+                     qPrintable(QString::number(key)));
+        if (highest < kTone / 2 || lowest > 2 * kTone)
+            QVERIFY2(isNear(leds[key], QColor(theme::kLine), 40), qPrintable(QString::number(key)));
+    }
+}
+
+void TestPreview::leavesTheStripDarkInSilence()
+{
+    const QVector<QColor> leds = ledsLitBy("silence.monitor");
+    QCOMPARE(leds.size(), 2 * 18 + 2 * 32);
+    for (const QColor &led : leds)
+        QVERIFY2(isNear(led, QColor(theme::kLine), 2), qPrintable(led.name()));
+}
+
 void TestPreview::printsAStatusLineEachSecond()
 {
     const Outcome outcome = runPreview({"--headless", "--device", "tone", "--seconds", "2"});
@@ -117,7 +139,8 @@ void TestPreview::listsTheDevices()
 {
     const Outcome outcome = runPreview({"--list"});
     QCOMPARE(outcome.status, 0);
-    QCOMPARE(outcome.lines, QStringList({"silence.monitor", "tone"}));
+    QCOMPARE(outcome.lines, QStringList({"device silence.monitor", "device tone"}));
+    QVERIFY2(outcome.errors.endsWith("There is no display.\n"), qPrintable(outcome.errors));
 }
 
 void TestPreview::fallsBackToTheFirstDevice()
@@ -125,6 +148,46 @@ void TestPreview::fallsBackToTheFirstDevice()
     const Outcome outcome = runPreview({"--headless", "--snapshot", file("picture.png")});
     QVERIFY2(outcome.status == 0, qPrintable(outcome.errors));
     QVERIFY(outcome.lines.last().endsWith("loudest none, peaks left silent, right silent"));
+}
+
+void TestPreview::returnsToTheChosenDevice()
+{
+    storeSettings(file("config"), {{"preview", QJsonObject{{"device", "tone"}}}});
+    const Outcome outcome =
+        runPreview({"--headless", "--snapshot", file("picture.png"), "--config", file("config")});
+    QVERIFY2(outcome.status == 0, qPrintable(outcome.errors));
+    const auto match = statusForm().match(outcome.lines.last());
+    QVERIFY2(std::abs(match.captured(2).toDouble() - kTone) <= kTolerance,
+             qPrintable(outcome.lines.last()));
+}
+
+void TestPreview::fallsBackWhenTheChosenDeviceIsGone()
+{
+    storeSettings(file("config"), {{"preview", QJsonObject{{"device", "tuba"}}}});
+    const Outcome outcome =
+        runPreview({"--headless", "--snapshot", file("picture.png"), "--config", file("config")});
+    QVERIFY2(outcome.status == 0, qPrintable(outcome.errors));
+    QVERIFY(outcome.lines.last().endsWith("loudest none, peaks left silent, right silent"));
+}
+
+void TestPreview::keepsAllFilesInTheFolderAskedFor()
+{
+    const QStringList before = QDir(m_directory->path()).entryList();
+    const Outcome outcome =
+        runPreview({"--headless", "--seconds", "1", "--config", file("new/config")});
+    QVERIFY2(outcome.status == 0, qPrintable(outcome.errors));
+    QCOMPARE(layoutIn(file("new/config")).keys.size(), 100);
+    QVERIFY(QFile::exists(file("new/config/global.json")));
+    QCOMPARE(QDir(m_directory->path()).entryList(), before + QStringList("new"));
+}
+
+void TestPreview::keepsItsFilesInTheUsersPlaces()
+{
+    const Outcome outcome = runPreview({"--headless", "--seconds", "1"});
+    QVERIFY2(outcome.status == 0, qPrintable(outcome.errors));
+    QVERIFY(QFile::exists(QString::fromLocal8Bit(qgetenv("XDG_CONFIG_HOME"))
+                          + "/corvane-preview/global.json"));
+    QCOMPARE(layoutIn(QString::fromLocal8Bit(qgetenv("HOME")) + "/.local/share").keys.size(), 100);
 }
 
 void TestPreview::rejectsAnUnknownDevice()
@@ -141,12 +204,12 @@ void TestPreview::rejectsBadArguments()
     QVERIFY2(outcome.errors.contains("soon"), qPrintable(outcome.errors));
 }
 
-void TestPreview::saysThatThereIsNoDevice()
+void TestPreview::saysThatThereIsNothingToPreview()
 {
     m_server->crash();
     const Outcome outcome = runPreview({"--headless", "--seconds", "2"});
     QVERIFY2(outcome.status == 1, qPrintable(outcome.errors));
-    QVERIFY2(outcome.errors.contains("There is no sound input device."),
+    QVERIFY2(outcome.errors.contains("There is neither a display nor a sound input device."),
              qPrintable(outcome.errors));
 }
 
@@ -158,5 +221,5 @@ void TestPreview::saysThatThePictureCannotBeWritten()
     QVERIFY2(outcome.errors.contains("picture.png"), qPrintable(outcome.errors));
 }
 
-QTEST_GUILESS_MAIN(TestPreview)
+QTEST_MAIN(TestPreview)
 #include "tst_preview.moc"

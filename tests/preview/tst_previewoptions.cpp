@@ -9,7 +9,7 @@ private slots:
     void readsEveryOption();
     void letsTheLastOfTwoWin();
     void answersHelpAndVersion();
-    void listsDevices();
+    void lists();
     void rejects_data();
     void rejects();
 };
@@ -21,18 +21,26 @@ void TestPreviewOptions::showsTheWindowByDefault()
     QVERIFY(!options.headless);
     QCOMPARE(options.seconds, 0);
     QVERIFY(options.snapshot.isEmpty());
+    QVERIFY(options.display.isEmpty());
     QVERIFY(options.device.isEmpty());
+    QVERIFY(!options.mode.has_value());
+    QVERIFY(options.config.isEmpty());
 }
 
 void TestPreviewOptions::readsEveryOption()
 {
-    const Options options = parseOptions({"corvane-preview", "--headless", "--seconds", "7",
-                                          "--snapshot", "a b.png", "--device", "Mikrofon (außen)"});
+    const Options options = parseOptions(
+        {"corvane-preview", "--headless", "--seconds", "7", "--snapshot", "a b.png", "--display",
+         "2", "--device", "Mikrofon (außen)", "--mode", "sound", "--config", "here"});
     QCOMPARE(options.task, Options::Task::Preview);
     QVERIFY(options.headless);
     QCOMPARE(options.seconds, 7);
     QCOMPARE(options.snapshot, QString("a b.png"));
+    QCOMPARE(options.display, QString("2"));
     QCOMPARE(options.device, QString("Mikrofon (außen)"));
+    QCOMPARE(options.mode, std::optional(Mode::Sound));
+    QCOMPARE(options.config, QString("here"));
+    QCOMPARE(parseOptions({"corvane-preview", "--mode=screen"}).mode, std::optional(Mode::Screen));
 }
 
 void TestPreviewOptions::letsTheLastOfTwoWin()
@@ -44,7 +52,8 @@ void TestPreviewOptions::answersHelpAndVersion()
 {
     const Options help = parseOptions({"corvane-preview", "--help"});
     QCOMPARE(help.task, Options::Task::ShowHelp);
-    for (const char *option : {"--headless", "--seconds", "--snapshot", "--device", "--list"})
+    for (const char *option : {"--headless", "--seconds", "--snapshot", "--display", "--device",
+                               "--mode", "--config", "--list"})
         QVERIFY2(help.message.contains(option), option);
 
     const Options version = parseOptions({"corvane-preview", "--version"});
@@ -52,9 +61,9 @@ void TestPreviewOptions::answersHelpAndVersion()
     QVERIFY(version.message.startsWith("corvane-preview "));
 }
 
-void TestPreviewOptions::listsDevices()
+void TestPreviewOptions::lists()
 {
-    QCOMPARE(parseOptions({"corvane-preview", "--list"}).task, Options::Task::ListDevices);
+    QCOMPARE(parseOptions({"corvane-preview", "--list"}).task, Options::Task::List);
 }
 
 void TestPreviewOptions::rejects_data()
@@ -68,6 +77,10 @@ void TestPreviewOptions::rejects_data()
     QTest::newRow("negative seconds") << QStringList{"--seconds=-3"} << "-3";
     QTest::newRow("an option without its value") << QStringList{"--device"} << "device";
     QTest::newRow("an empty file name") << QStringList{"--snapshot", ""} << "snapshot";
+    QTest::newRow("an empty folder") << QStringList{"--config", ""} << "config";
+    QTest::newRow("an unknown mode") << QStringList{"--mode", "smell"} << "smell";
+    QTest::newRow("a mode in other letters") << QStringList{"--mode", "Sound"} << "Sound";
+    QTest::newRow("an empty mode") << QStringList{"--mode", ""} << "mode";
 }
 
 void TestPreviewOptions::rejects()

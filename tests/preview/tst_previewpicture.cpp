@@ -76,7 +76,8 @@ void TestPreviewPicture::drawsFullScaleAsTheWholeHeight()
 
 void TestPreviewPicture::forgetsTheSoundOfAnotherDevice()
 {
-    PreviewWindow window({"one", "two"});
+    PreviewWindow window{StripLayout()};
+    window.showDevices({"one", "two"});
     window.showBlock({channelWith(20, kFullScale), channelWith(20, kFullScale)});
     QCOMPARE(barHeights(pictureOf(window), theme::kLeft).size(), kBins);
     window.showDevice("two");
@@ -94,7 +95,7 @@ void TestPreviewPicture::ignoresABlockWithoutBothChannels()
 
 void TestPreviewPicture::showsAWindowWithoutDevices()
 {
-    PreviewWindow window({});
+    PreviewWindow window{StripLayout()};
     const QImage before = pictureOf(window);
     QVERIFY(!before.isNull());
     window.showTrouble("There is no sound input device.");
@@ -104,7 +105,7 @@ void TestPreviewPicture::showsAWindowWithoutDevices()
 void TestPreviewPicture::cannotSaveIntoAMissingFolder()
 {
     const QTemporaryDir directory;
-    PreviewWindow window({});
+    PreviewWindow window{StripLayout()};
     QVERIFY(window.savePicture(directory.filePath("picture.png")));
     QVERIFY(!window.savePicture(directory.filePath("missing/picture.png")));
 }

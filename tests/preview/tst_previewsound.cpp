@@ -68,7 +68,7 @@ private slots:
     void readsThePeaksOfEachChannel();
     void ignoresAChunkWithoutPeaks();
     void writesOneStatusLine();
-    void writesSilenceAsWords();
+    void writesDarknessAndSilenceAsWords();
 };
 
 void TestPreviewSound::findsTheFrequencyOfASine_data()
@@ -167,22 +167,26 @@ void TestPreviewSound::ignoresAChunkWithoutPeaks()
 void TestPreviewSound::writesOneStatusLine()
 {
     Statistics statistics;
+    statistics.frames = 37;
+    statistics.mean = qRgb(127, 48, 9);
     for (int i = 0; i < 43; ++i)
         statistics.addBlock({sine(440.0, 0.5), silence()});
     statistics.addPeaks({256.0F, 51.2F});
     statistics.addPeaks({25.6F, 102.4F});
     const QString line = statusLine(statistics, 2.0);
-    const QRegularExpression form("^21\\.5 blocks/s, loudest (\\d+\\.\\d) Hz, "
+    const QRegularExpression form("^18\\.5 frames/s, mean #7f3009, "
+                                  "21\\.5 blocks/s, loudest (\\d+\\.\\d) Hz, "
                                   "peaks left -6\\.0 dB, right -14\\.0 dB$");
     const auto match = form.match(line);
     QVERIFY2(match.hasMatch(), qPrintable(line));
     QVERIFY(std::abs(match.captured(1).toDouble() - 440.0) < 1.0);
 }
 
-void TestPreviewSound::writesSilenceAsWords()
+void TestPreviewSound::writesDarknessAndSilenceAsWords()
 {
     QCOMPARE(statusLine(Statistics(), 1.0),
-             QString("0.0 blocks/s, loudest none, peaks left silent, right silent"));
+             QString("0.0 frames/s, mean none, 0.0 blocks/s, loudest none, "
+                     "peaks left silent, right silent"));
 }
 
 QTEST_APPLESS_MAIN(TestPreviewSound)
