@@ -24,7 +24,7 @@ namespace {
 /// What logged() gives for a call.
 QStringList debugLine(const QString &message)
 {
-    return {"level 0|default|ConfigurationManager::generateControllerConfig|" + message};
+    return {"debug|default|ConfigurationManager::generateControllerConfig|" + message};
 }
 
 QJsonObject parsed(const QString &path)

@@ -15,7 +15,7 @@ public:
     BrokenPipeGuard &operator=(const BrokenPipeGuard &) = delete;
 
 private:
-    sigset_t m_previousMask;
+    sigset_t m_previousMask{};
     bool m_wasPending;
 };
 
