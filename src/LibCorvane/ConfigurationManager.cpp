@@ -7,6 +7,7 @@
 #include <QDebug>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QRegularExpression>
@@ -18,10 +19,23 @@
 namespace {
 
 constexpr const char *kSubDirectories[] = {"controllers", "logs", "effects", "dumps", "resources"};
+// The two files are no directories, so they stay, and each is warned of: hosts know these lines.
+constexpr const char *kResetEntries[] = {"/resources", "/effects", "/controllers", "/global.json",
+                                         "/config.json"};
 
 QString globalName()
 {
     return QStringLiteral("global");
+}
+
+QString controllerName(const QString &controller)
+{
+    return QLatin1String("controllers/") + controller;
+}
+
+QString effectName(QString effect)
+{
+    return QLatin1String("effects/") + effect.replace(u'.', u'_');
 }
 
 QString chooseDataRoot(const QString &wanted)
@@ -31,9 +45,8 @@ QString chooseDataRoot(const QString &wanted)
     return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
 }
 
-void makeDirectories(const QString &root)
+void makeSubDirectories(const QString &root)
 {
-    QDir().mkdir(root);
     const QDir directory(root);
     for (const char *name : kSubDirectories)
         directory.mkdir(QLatin1String(name));
@@ -100,7 +113,8 @@ std::unique_ptr<ConfigurationManager> ConfigurationManager::s_instance;
 ConfigurationManager::ConfigurationManager()
     : m_configPath(chooseDataRoot(gsConfigPath))
 {
-    makeDirectories(m_configPath);
+    QDir().mkdir(m_configPath);
+    makeSubDirectories(m_configPath);
 }
 
 ConfigurationManager::~ConfigurationManager() = default;
@@ -231,6 +245,86 @@ void ConfigurationManager::setAppConfig(const QString &path, const QJsonValue &v
     emit appConfigChanged(path);
 }
 
+QJsonObject &ConfigurationManager::controllerJsonObj(const QString &controller)
+{
+    return jsonObject(controllerName(controller));
+}
+
+void ConfigurationManager::saveControllerJsonObj(const QString &controller)
+{
+    saveJsonObject(controllerName(controller));
+}
+
+// NOLINTBEGIN(performance-unnecessary-value-param): the interface takes effects, groups and keys by
+// value.
+QJsonObject &ConfigurationManager::effectJsonObj(QString effect)
+{
+    return jsonObject(effectName(effect));
+}
+
+void ConfigurationManager::saveEffectJsonObj(QString effect)
+{
+    saveJsonObject(effectName(effect));
+}
+
+QJsonValue ConfigurationManager::effectJsonValue(QString effect, QString group, QString key)
+{
+    // Not value(): a group that is read for the first time becomes a member, null.
+    const QJsonValue value = effectJsonObj(effect)[group];
+    return key.isEmpty() ? value : value.toObject().value(key);
+}
+
+QVariant ConfigurationManager::effectVariant(QString effect, QString group, QString key)
+{
+    return effectJsonValue(effect, group, key).toVariant();
+}
+
+void ConfigurationManager::setEffectJsonValue(QString effect, QString group, QString key,
+                                              const QJsonValue &value)
+{
+    const QStringList keys = key.isEmpty() ? QStringList{group} : QStringList{group, key};
+    corvane::setJsonValueAt(effectJsonObj(effect), keys, value);
+}
+
+void ConfigurationManager::setEffectVariant(QString effect, QString group, QString key,
+                                            QVariant value)
+{
+    // An empty key is a key like any other here, unlike in setEffectJsonValue().
+    corvane::setJsonValueAt(effectJsonObj(effect), {group, key}, QJsonValue::fromVariant(value));
+}
+
+QJsonValue ConfigurationManager::effectJsonValue(QString effect, QString group, QString key,
+                                                 QString defaultPath)
+{
+    const QJsonValue value = effectJsonValue(effect, group, key);
+    if (!value.isNull() && !value.isUndefined())
+        return value;
+    qInfo() << "Not found effect config object about" << effect << group << key;
+    const QJsonObject defaults = loadJsonObjectFromFile(defaultPath);
+    // Also when there are none: the group is an empty object from then on.
+    setEffectJsonValue(effect, group, QString(), defaults);
+    if (defaults.isEmpty()) {
+        qCritical() << "Failed to get config object from" << defaultPath;
+        return QJsonValue::Null;
+    }
+    qDebug() << "Succeeded to get config object from" << defaultPath;
+    return key.isEmpty() ? QJsonValue(defaults) : defaults.value(key);
+}
+// NOLINTEND(performance-unnecessary-value-param)
+
+void ConfigurationManager::reset()
+{
+    for (const char *entry : kResetEntries)
+        removeDirectory(m_configPath + QLatin1String(entry));
+    makeSubDirectories(m_configPath);
+}
+
+void ConfigurationManager::EnableCleanStartup()
+{
+    setGlobalValue(QStringLiteral("cleanStartup"), true);
+    saveGlobalValues();
+}
+
 QJsonValue ConfigurationManager::valWithXPath(const QJsonObject &object, const QString &path)
 {
     return corvane::jsonValueAt(object, path);
@@ -257,6 +351,33 @@ void ConfigurationManager::generateControllerConfig(QString name, int height, in
     const QJsonObject layout = corvane::controllerLayout(strip);
     if (!layout.isEmpty())
         writeLayout(name.replace(u':', u'_'), QJsonDocument(layout).toJson());
+}
+
+bool removeDirectory(const QString &path)
+{
+    const QDir directory(path);
+    // Qt takes an empty path for the working directory, which nobody means to lose.
+    if (path.isEmpty() || !directory.exists()) {
+        qWarning() << "Directory does not exist:" << path;
+        return false;
+    }
+    const QFileInfoList entries = directory.entryInfoList(
+        QDir::NoDotAndDotDot | QDir::Hidden | QDir::AllEntries, QDir::Unsorted);
+    for (const QFileInfo &entry : entries) {
+        // A link to a directory counts as one: what it leads to is emptied. Hosts rely on that.
+        if (entry.isDir()) {
+            if (!removeDirectory(entry.filePath()))
+                return false;
+        } else if (!QFile::remove(entry.filePath())) {
+            qWarning() << "Failed to remove file:" << entry.filePath();
+            return false;
+        }
+    }
+    if (!QDir().rmdir(path)) {
+        qWarning() << "Failed to remove directory:" << path;
+        return false;
+    }
+    return true;
 }
 
 bool isArrayIndex(const QString &text, int &index)
