@@ -35,6 +35,8 @@ struct CommandLine {
     QCommandLineOption mode = option("mode", "screen|sound", "What lights the LED strip.");
     QCommandLineOption config =
         option("config", "DIR", "Keep all files in <DIR>, not in the user's own places.");
+    QCommandLineOption service =
+        option("service", "HOST", "Ask the web service on <HOST>, or <HOST:PORT>.");
 };
 
 CommandLine::CommandLine()
@@ -44,7 +46,7 @@ CommandLine::CommandLine()
         "The strip follows the screen or the sound. What is chosen in the window holds for the "
         "next\nstart, too; what is chosen here holds for this one. The status line counts the "
         "frames that\ndiffer from the one before: on a still screen there are none."));
-    parser.addOptions({list, headless, seconds, snapshot, display, device, mode, config});
+    parser.addOptions({list, headless, seconds, snapshot, display, device, mode, config, service});
 }
 
 Options rejected(const QString &reason)
@@ -84,13 +86,14 @@ Options previewing(const CommandLine &line)
     options.device = parser.value(line.device);
     options.mode = modeNamed(parser.value(line.mode));
     options.config = parser.value(line.config);
+    options.service = parser.value(line.service);
     if (parser.isSet(line.seconds) && options.seconds < 1)
         return rejected(QStringLiteral("--seconds needs a whole number above 0, not '%1'.")
                             .arg(parser.value(line.seconds)));
     if (parser.isSet(line.mode) && !options.mode)
         return rejected(
             QStringLiteral("--mode is screen or sound, not '%1'.").arg(parser.value(line.mode)));
-    for (const QCommandLineOption &named : {line.snapshot, line.config}) {
+    for (const QCommandLineOption &named : {line.snapshot, line.config, line.service}) {
         if (parser.isSet(named) && parser.value(named).isEmpty())
             return rejected(QStringLiteral("--%1 needs a name.").arg(named.names().first()));
     }

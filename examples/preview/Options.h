@@ -28,6 +28,8 @@ struct Options {
     std::optional<Mode> mode;
     /// A folder, or empty for the user's own places.
     QString config;
+    /// The web service's host, with or without a port, or empty for the library's default.
+    QString service;
 };
 
 /// Reads the arguments, the program's name first.

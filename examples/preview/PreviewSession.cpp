@@ -49,6 +49,7 @@ PreviewSession::PreviewSession(const Options &options, Settings &settings, Scree
     , m_screen(screen)
     , m_strip(generateStrip(kStripName, kStripHeight, kStripWidth, kStripBottom))
     , m_window(m_strip.layout())
+    , m_service(m_window.serviceMenu(), m_window.serviceBar())
     , m_devices(devices)
     , m_wantedDisplay(options.display.isEmpty() ? settings.display() : options.display)
 {

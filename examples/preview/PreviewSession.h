@@ -8,6 +8,7 @@
 #include "Settings.h"
 #include "Statistics.h"
 #include "Strip.h"
+#include "service/ServiceDesk.h"
 
 #include <QElapsedTimer>
 
@@ -51,6 +52,7 @@ private:
     AudioFeed m_sound;
     Strip m_strip;
     PreviewWindow m_window;
+    ServiceDesk m_service;
     const QStringList m_devices;
     QString m_wantedDisplay;
     QTimer m_everySecond;

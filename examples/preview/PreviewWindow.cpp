@@ -7,6 +7,8 @@
 #include "SpectrumView.h"
 #include "StripView.h"
 #include "Theme.h"
+#include "service/ServiceBar.h"
+#include "service/ServiceMenu.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -62,6 +64,7 @@ PreviewWindow::PreviewWindow(const StripLayout &layout, QWidget *parent)
     , m_mode(new ModeSwitch(this))
     , m_displays(new ChoiceBox(QStringLiteral("Display %1"), QStringLiteral("No display"), this))
     , m_devices(new ChoiceBox(QStringLiteral("%1"), QStringLiteral("No sound device"), this))
+    , m_serviceMenu(new ServiceMenu(this))
     , m_strip(new StripView(layout, this))
     , m_spectrum(new SpectrumView(this))
     , m_meter(new PeakMeter(this))
@@ -70,6 +73,7 @@ PreviewWindow::PreviewWindow(const StripLayout &layout, QWidget *parent)
     , m_loudest(new Readout(QStringLiteral("loudest frequency"), this))
     , m_blocks(new Readout(QStringLiteral("blocks per second"), this))
     , m_trouble(makeLabel(QString(), QStringLiteral("trouble"), this))
+    , m_serviceBar(new ServiceBar(this))
 {
     setWindowTitle(QStringLiteral("LibCorvane preview"));
     setStyleSheet(windowStyle());
@@ -84,6 +88,7 @@ PreviewWindow::PreviewWindow(const StripLayout &layout, QWidget *parent)
     rows->addLayout(makeHeader());
     rows->addLayout(makeMiddle(), 1);
     rows->addLayout(makeFooter());
+    rows->addWidget(m_serviceBar);
 }
 
 QLayout *PreviewWindow::makeHeader()
@@ -100,6 +105,7 @@ QLayout *PreviewWindow::makeHeader()
     header->addWidget(m_mode);
     header->addWidget(m_displays);
     header->addWidget(m_devices);
+    header->addWidget(m_serviceMenu);
     return header;
 }
 

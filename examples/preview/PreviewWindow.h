@@ -14,6 +14,8 @@ class ModeSwitch;
 class PeakMeter;
 class QLabel;
 class Readout;
+class ServiceBar;
+class ServiceMenu;
 class SpectrumView;
 class StripView;
 
@@ -40,6 +42,10 @@ public:
     /// A line of text about what is wrong; empty when all is well.
     void showTrouble(const QString &text);
 
+    // Where the service is asked for, and where its answers show.
+    ServiceMenu &serviceMenu() { return *m_serviceMenu; }
+    ServiceBar &serviceBar() { return *m_serviceBar; }
+
     /// Writes what the window shows, or would show. False when the file cannot be written.
     bool savePicture(const QString &fileName);
 
@@ -57,6 +63,7 @@ private:
     ModeSwitch *m_mode;
     ChoiceBox *m_displays;
     ChoiceBox *m_devices;
+    ServiceMenu *m_serviceMenu;
     StripView *m_strip;
     SpectrumView *m_spectrum;
     PeakMeter *m_meter;
@@ -65,6 +72,7 @@ private:
     Readout *m_loudest;
     Readout *m_blocks;
     QLabel *m_trouble;
+    ServiceBar *m_serviceBar;
 };
 
 #endif

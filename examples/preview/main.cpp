@@ -1,6 +1,7 @@
 #include "Options.h"
 #include "PreviewSession.h"
 
+#include <LibCorvane/NetRCManager.h>
 #include <LibCorvane/audioCapturers/AudioCapManagerMac.h>
 #include <LibCorvane/deskCapturers/AVFoundationCaptureImpl.h>
 
@@ -61,6 +62,10 @@ int preview(const Options &options, int argc, char **argv)
     if (options.headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
+    // What the service's version is compared with.
+    QCoreApplication::setApplicationVersion(QStringLiteral(CORVANE_PREVIEW_VERSION));
+    if (!options.service.isEmpty())
+        NetRCManager::setServiceHost(options.service);
     Settings settings(options.config);
     ScreenFeed screen;
     const QStringList devices = AudioCapManagerMac::instance()->allCapturers();

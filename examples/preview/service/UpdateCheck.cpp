@@ -1,0 +1,57 @@
+#include "UpdateCheck.h"
+
+#include <LibCorvane/ConfigurationManager.h>
+#include <LibCorvane/NetRCManager.h>
+
+namespace {
+
+constexpr int kLookEveryMs = 100;
+constexpr int kPatienceMs = 10000;
+const char kVersionKey[] = "latestVerion.version";
+
+QJsonValue heardVersion()
+{
+    return ConfigurationManager::instance()->globalValue(kVersionKey);
+}
+
+void forgetVersion()
+{
+    ConfigurationManager::instance()->setGlobalValue(kVersionKey, QJsonValue::Null);
+}
+
+} // namespace
+
+UpdateCheck::UpdateCheck(NetRCManager &client, QObject *parent)
+    : QObject(parent)
+    , m_client(client)
+{
+    connect(&m_everyMoment, &QTimer::timeout, this, &UpdateCheck::look);
+    connect(&m_client, &NetRCManager::hasNewAppVersion, this, [this] {
+        end();
+        emit found(heardVersion().toString());
+    });
+}
+
+void UpdateCheck::start()
+{
+    forgetVersion();
+    m_sinceStart.start();
+    m_everyMoment.start(kLookEveryMs);
+    m_client.checkVersion();
+}
+
+void UpdateCheck::look()
+{
+    if (heardVersion().isString()) {
+        end();
+        emit foundNone(heardVersion().toString());
+    } else if (m_sinceStart.hasExpired(kPatienceMs)) {
+        end();
+        emit failed();
+    }
+}
+
+void UpdateCheck::end()
+{
+    m_everyMoment.stop();
+}
