@@ -52,7 +52,7 @@ bool MonitorSession::hasChanged(QSize target) const
 {
     if (m_layoutHasChanged || m_monitor.isEmpty())
         return true;
-    if (target.isEmpty())
+    if (!isFrameSize(target))
         return false;
     return m_contentHasChanged || !m_damage || !m_source || target != m_target;
 }
@@ -65,7 +65,7 @@ bool MonitorSession::capture(LatestFrame &frame)
         return false;
     frame.setOriginSize(m_monitor.size());
     const QSize target = frame.outputSize();
-    if (target.isEmpty())
+    if (!isFrameSize(target))
         return true;
     const bool isNew = !m_source || target != m_target;
     if (isNew && !renewSource(target))
