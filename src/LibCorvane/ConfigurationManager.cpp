@@ -30,12 +30,21 @@ QString globalName()
 
 QString controllerName(const QString &controller)
 {
-    return QLatin1String("controllers/") + controller;
+    return QStringLiteral("controllers/") + controller;
 }
 
-QString effectName(QString effect)
+QString effectName(const QString &effect)
 {
-    return QLatin1String("effects/") + effect.replace(u'.', u'_');
+    QString name = QStringLiteral("effects/") + effect;
+    return name.replace(u'.', u'_');
+}
+
+corvane::JsonKeys viewsOf(const QStringList &keys)
+{
+    corvane::JsonKeys views;
+    for (const QString &key : keys)
+        views.append(key);
+    return views;
 }
 
 QString chooseDataRoot(const QString &wanted)
@@ -235,7 +244,7 @@ void ConfigurationManager::setGlobalValue(const QString &path, const QJsonValue 
 
 void ConfigurationManager::setGlobalValue(const QStringList &keys, const QJsonValue &value)
 {
-    setValWithXPath(instance()->globalJsonObj(), keys, value);
+    corvane::setJsonValueAt(instance()->globalJsonObj(), viewsOf(keys), value);
 }
 
 void ConfigurationManager::setAppConfig(const QString &path, const QJsonValue &value)
@@ -282,7 +291,9 @@ QVariant ConfigurationManager::effectVariant(QString effect, QString group, QStr
 void ConfigurationManager::setEffectJsonValue(QString effect, QString group, QString key,
                                               const QJsonValue &value)
 {
-    const QStringList keys = key.isEmpty() ? QStringList{group} : QStringList{group, key};
+    corvane::JsonKeys keys{group};
+    if (!key.isEmpty())
+        keys.append(key);
     corvane::setJsonValueAt(effectJsonObj(effect), keys, value);
 }
 
@@ -340,7 +351,7 @@ void ConfigurationManager::setValWithXPath(QJsonObject &object, const QString &p
 QJsonValue ConfigurationManager::setValWithXPath(QJsonObject &object, QStringList keys,
                                                  const QJsonValue &value)
 {
-    corvane::setJsonValueAt(object, keys, value);
+    corvane::setJsonValueAt(object, viewsOf(keys), value);
     return object;
 }
 
