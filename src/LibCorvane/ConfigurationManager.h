@@ -242,7 +242,9 @@ public:
     ///
     /// \return the object itself for the empty path. Null when a step on the way is missing or is
     ///         no object; Undefined when only the last member is missing, or when the path is made
-    ///         of dots only. No part of the object is copied.
+    ///         of dots only. No part of the object is copied: a text, an array or an object shares
+    ///         the object's data, and as long as it is kept, the next change there copies the
+    ///         members that stand beside what is changed. A QString made of a text shares nothing.
     static QJsonValue valWithXPath(const QJsonObject &object, const QString &path);
 
     /// Sets the value at a key path of an object, in place. Objects that are missing on the way are
