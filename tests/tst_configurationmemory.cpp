@@ -19,7 +19,7 @@ Q_DECLARE_METATYPE(Access)
 namespace {
 
 constexpr int kFew = 10;
-constexpr int kMany = 20000;
+constexpr int kMany = 5000;
 /// Below what any copy of a level of so many members takes: 8 bytes for each.
 constexpr std::size_t kLeastCopy = std::size_t(8) * kMany;
 
