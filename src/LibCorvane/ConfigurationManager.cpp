@@ -307,7 +307,7 @@ void ConfigurationManager::setEffectVariant(QString effect, QString group, QStri
 QJsonValue ConfigurationManager::effectJsonValue(QString effect, QString group, QString key,
                                                  QString defaultPath)
 {
-    const QJsonValue value = effectJsonValue(effect, group, key);
+    QJsonValue value = effectJsonValue(effect, group, key);
     if (!value.isNull() && !value.isUndefined())
         return value;
     qInfo() << "Not found effect config object about" << effect << group << key;
