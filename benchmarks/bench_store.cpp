@@ -1,5 +1,7 @@
 // Nested values read and written in a store, and a document saved, beside nlohmann-json and
 // QSettings: the same settings in each, the same process.
+#include "StoreContent.h"
+
 #include <LibCorvane/ConfigurationManager.h>
 
 #include <QFile>
@@ -19,11 +21,8 @@
 
 namespace {
 
+using namespace corvane::bench;
 using nlohmann::json;
-
-/// Where the members are that nobody asks for: beside the value, beside the first step to it, or in
-/// a branch of their own.
-enum class Shape { LastStep, FirstStep, OtherBranch };
 
 constexpr const char *kValuePath = "runtime.options.mode";
 constexpr const char *kNewPath = "runtime.options.member5";
@@ -31,60 +30,11 @@ constexpr const char *kEffect = "music.wave";
 constexpr const char *kGroup = "options";
 constexpr const char *kKey = "mode";
 constexpr const char *kNewKey = "member5";
-constexpr int kValue = 7;
 
 const QTemporaryDir &directory()
 {
     static const QTemporaryDir made;
     return made;
-}
-
-QString memberName(int i)
-{
-    return QStringLiteral("member%1").arg(i, 6, 10, QLatin1Char('0'));
-}
-
-/// Numbers and texts in turn. A new key of "member5" sorts between the two halves.
-QJsonObject members(int count)
-{
-    QJsonObject object;
-    for (int i = 0; i < count; ++i) {
-        const QString name = memberName(i < count / 2 ? i : 600000 + i);
-        object.insert(name, i % 2 == 0 ? QJsonValue(i) : QJsonValue("text of " + name));
-    }
-    return object;
-}
-
-/// The value in a group, among others or not.
-QJsonObject settings(Shape shape, int count)
-{
-    QJsonObject options = shape == Shape::LastStep ? members(count) : QJsonObject();
-    options.insert("mode", kValue);
-    QJsonObject all = shape == Shape::FirstStep ? members(count) : QJsonObject();
-    all.insert("options", options);
-    if (shape == Shape::OtherBranch)
-        all.insert("other", members(count));
-    return all;
-}
-
-/// The same with one step more at the front.
-QJsonObject globalSettings(Shape shape, int count)
-{
-    if (shape != Shape::FirstStep)
-        return {{"runtime", settings(shape, count)}};
-    QJsonObject all = members(count);
-    all.insert("runtime", QJsonObject{{"options", QJsonObject{{"mode", kValue}}}});
-    return all;
-}
-
-/// Groups of a hundred members, about 1 MB as indented JSON.
-QJsonObject document()
-{
-    QJsonObject all;
-    for (int i = 0; i < 260; ++i)
-        all.insert(memberName(i), members(100));
-    all.insert("mode", kValue);
-    return all;
 }
 
 ConfigurationManager &manager()
