@@ -1,6 +1,7 @@
 #include "FeedbackManager.h"
 
 #include "ConfigurationManager.h"
+#include "FeedbackPackage_p.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -8,6 +9,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QNetworkInterface>
+
+#include <algorithm>
 
 #include <private/qzipwriter_p.h>
 
@@ -48,53 +51,6 @@ QString messageFileName(const QString &contactInfo)
     return contactInfo + QLatin1String(".txt");
 }
 
-/// Packs files and folders with names relative to one base.
-class Packer {
-public:
-    Packer(QZipWriter &zip, const QString &baseDir)
-        : m_zip(zip)
-        , m_baseDir(baseDir)
-    {
-    }
-
-    void add(const QString &path)
-    {
-        const QString absolutePath = QDir(m_baseDir).absoluteFilePath(path);
-        const QFileInfo info(absolutePath);
-        if (info.isFile())
-            addFile(absolutePath);
-        else if (info.isDir())
-            addFolder(absolutePath);
-    }
-
-private:
-    void addFile(const QString &path)
-    {
-        QFile file(path);
-        if (file.open(QIODevice::ReadOnly))
-            m_zip.addFile(path.mid(m_baseDir.length() + 1), file.readAll());
-    }
-
-    void addFolder(const QString &path)
-    {
-        const QDir folder(path);
-        const QString realPath = folder.canonicalPath();
-        if (m_openFolders.contains(realPath))
-            return;
-        m_openFolders.append(realPath);
-        const QStringList names = folder.entryList(
-            QDir::Dirs | QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Unsorted);
-        for (const QString &name : names)
-            add(path + QDir::separator() + name);
-        m_openFolders.removeLast();
-    }
-
-    QZipWriter &m_zip;
-    const QString m_baseDir;
-    /// The real paths of the folders being packed, outermost first: a link may lead back to one.
-    QStringList m_openFolders;
-};
-
 } // namespace
 
 FeedbackManager::FeedbackManager(QObject *parent)
@@ -123,9 +79,26 @@ QString FeedbackManager::getMacAddress() const
 
 void FeedbackManager::zipFeedbackFile(const QString &zipPath)
 {
-    QZipWriter zip(zipPath, QIODevice::WriteOnly | QIODevice::Truncate);
-    if (zip.status() != QZipWriter::NoError)
+    corvane::PackageFile file(zipPath);
+    if (!file.openForWriting())
         return;
+    QZipWriter zip(&file);
+    packEverything(zip);
+    zip.close();
+    // Half a package would look like one to whoever is to send it. What is no file, but a device,
+    // is not ours to remove.
+    if (!file.isWhole() && QFileInfo(zipPath).isFile())
+        file.remove();
+}
+
+QString FeedbackManager::zipFeedbackFile()
+{
+    zipFeedbackFile(m_feedbackFileName);
+    return m_feedbackFileName;
+}
+
+void FeedbackManager::packEverything(QZipWriter &zip)
+{
     for (const char *directory : kDirectories)
         zip.addDirectory(QLatin1String(directory));
     const QString root = dataRoot();
@@ -138,18 +111,11 @@ void FeedbackManager::zipFeedbackFile(const QString &zipPath)
         addLastFilesToZip(zip, root, QLatin1String(files.folder), files.atMost,
                           QLatin1String(files.pattern));
     }
-    zip.close();
-}
-
-QString FeedbackManager::zipFeedbackFile()
-{
-    zipFeedbackFile(m_feedbackFileName);
-    return m_feedbackFileName;
 }
 
 void FeedbackManager::addFileToZip(QZipWriter &zip, const QString &baseDir, const QString &path)
 {
-    Packer(zip, baseDir).add(path);
+    corvane::packPath(zip, baseDir, path);
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the folder by value.
@@ -215,9 +181,8 @@ void FeedbackManager::setUserMsg(QString msg)
 
 void FeedbackManager::setUserContactInfo(QString contactInfo)
 {
-    if (QFile::exists(messageFile())) {
+    if (QFile::exists(messageFile()))
         QDir(dataRoot()).rename(messageFileName(m_userContactInfo), messageFileName(contactInfo));
-    }
     m_userContactInfo = contactInfo;
     auto *settings = ConfigurationManager::instance();
     settings->setGlobalValue(contactInfoKey(), contactInfo);

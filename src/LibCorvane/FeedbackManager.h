@@ -78,7 +78,10 @@ public:
     /// Builds the package; see the class description. Each file is read whole into memory, one at
     /// a time.
     ///
-    /// Nothing is logged. A package that cannot be created is not there afterwards.
+    /// Nothing is logged. A package that could not be written to its end, as on a full disk, is
+    /// removed, and so is one of more than 4 GiB, which the format cannot hold: one that is there
+    /// afterwards is whole. Only the format's other limit, 65535 entries, is not watched.
+    ///
     /// \param zipPath the file's path; a file that is there is overwritten.
     void zipFeedbackFile(const QString &zipPath);
 
@@ -93,7 +96,9 @@ public:
     /// A file is read whole and gets the entry of its path relative to \p baseDir. A folder gets no
     /// entry; its files and sub-folders, hidden ones included, are packed in the order in which the
     /// file system lists them. Links are followed, but not into a folder that is being packed
-    /// already. What is missing, cannot be read, or is neither file nor folder, is left out.
+    /// already. What is missing, cannot be read, holds 2 GiB or more, or is neither file nor
+    /// folder, is left out.
+    ///
     /// \param zip where to; open for writing.
     /// \param baseDir an absolute path without a trailing "/". The entry's name is what remains of
     ///        the file's absolute path after this many characters and one more.
@@ -144,6 +149,7 @@ public Q_SLOTS:
 
 private:
     QString messageFile() const;
+    void packEverything(QZipWriter &zip);
 
     QString m_feedbackFileName;
     QString m_userMsg;
