@@ -108,7 +108,7 @@ QString HardwareInfo::disk()
     const QFileInfoList drives = QDir::drives();
     for (const QFileInfo &drive : drives) {
         QStorageInfo storage;
-        storage.setPath(drive.absolutePath());
+        storage.setPath(drive.absoluteFilePath());
         text += corvane::driveText(storage.name(), storage.bytesAvailable(), storage.bytesTotal());
     }
     return text;
