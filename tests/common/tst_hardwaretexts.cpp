@@ -11,6 +11,7 @@ class TestHardwareTexts : public QObject {
 private slots:
     void printsTheFourthWordThenTheFirst_data();
     void printsTheFourthWordThenTheFirst();
+    void identifiesNoProcessorWithoutTheInstruction();
     void listsScreens_data();
     void listsScreens();
     void describesDrives_data();
@@ -37,6 +38,12 @@ void TestHardwareTexts::printsTheFourthWordThenTheFirst()
 {
     QFETCH(CpuIdWords, words);
     QTEST(cpuIdText(words), "text");
+}
+
+void TestHardwareTexts::identifiesNoProcessorWithoutTheInstruction()
+{
+    QVERIFY(!cpuIdWords(1));
+    QCOMPARE(cpuIdText(cpuIdWords(1)), QString());
 }
 
 void TestHardwareTexts::listsScreens_data()

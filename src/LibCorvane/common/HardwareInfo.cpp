@@ -54,8 +54,7 @@ HardwareInfo::~HardwareInfo() = default;
 
 QString HardwareInfo::get_cpuId()
 {
-    const auto words = corvane::cpuIdWords(kVersionLeaf);
-    return words ? corvane::cpuIdText(*words) : QString();
+    return corvane::cpuIdText(corvane::cpuIdWords(kVersionLeaf));
 }
 
 void HardwareInfo::getcpuid(unsigned int *block, unsigned int leaf)

@@ -30,10 +30,12 @@ QVector<SizeCount> countSizes(const QVector<QSize> &screens)
 
 } // namespace
 
-QString cpuIdText(const CpuIdWords &words)
+QString cpuIdText(const std::optional<CpuIdWords> &words)
 {
-    return QString::number(words[3], kHexadecimal).toUpper()
-        + QString::number(words[0], kHexadecimal).toUpper();
+    if (!words)
+        return QString();
+    return QString::number(words->at(3), kHexadecimal).toUpper()
+        + QString::number(words->at(0), kHexadecimal).toUpper();
 }
 
 QString screensText(const QVector<QSize> &screens)

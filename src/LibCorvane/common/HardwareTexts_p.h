@@ -10,8 +10,8 @@
 
 namespace corvane {
 
-/// The fourth word, then the first, in upper-case hexadecimal without padding.
-QString cpuIdText(const CpuIdWords &words);
+/// The fourth word, then the first, in upper-case hexadecimal without padding; empty without words.
+QString cpuIdText(const std::optional<CpuIdWords> &words);
 
 /// The sizes in the order in which they are first met, with the number of screens of each.
 QString screensText(const QVector<QSize> &screens);
