@@ -98,13 +98,13 @@ void TestFeedbackCrashLogs::copiesTheNewestTwenty()
 {
     for (int number = 1001; number <= 1025; ++number)
         addReport(QString("größe %1.ips").arg(number), QByteArray::number(number),
-                  kStart - number * kSecond);
+                  kStart + number * kSecond);
     const LogCapture log;
     FeedbackManager(nullptr).copyAppleCrashLogs();
-    QStringList newest = numbered("größe %1.ips", 1020, 1001);
+    QStringList newest = numbered("größe %1.ips", 1025, 1006);
     std::reverse(newest.begin(), newest.end());
     QCOMPARE(copies(), newest);
-    for (int number = 1001; number <= 1020; ++number)
+    for (int number = 1006; number <= 1025; ++number)
         QCOMPARE(bytesOf(m_root.path(QString("ips/größe %1.ips").arg(number))),
                  QByteArray::number(number));
     QCOMPARE(logged(log), copyLine());

@@ -27,6 +27,8 @@ namespace {
 std::function<bool(int descriptor)> onRead;
 /// How many calls of write() are left to the system before one that finds no space; -1 for none.
 int writesUntilFull = -1;
+/// Whether close() reports what was not written, as network file systems do.
+bool closeFails = false;
 
 void appendTo(const QString &path, const QByteArray &bytes)
 {
@@ -66,6 +68,16 @@ extern "C" ssize_t write(int descriptor, const void *bytes, size_t count)
     return -1;
 }
 
+extern "C" int close(int descriptor)
+{
+    static const auto system = nextFunction<int(int)>("close");
+    const int result = system(descriptor);
+    if (!closeFails)
+        return result;
+    errno = EIO;
+    return -1;
+}
+
 class TestFeedbackFaults : public QObject {
     Q_OBJECT
 private slots:
@@ -85,6 +97,7 @@ private slots:
     void leavesNoHalfPackageOnAFullDisk_data();
     void leavesNoHalfPackageOnAFullDisk();
     void leavesNoPackageWhenTheDiskIsFullForAMoment();
+    void leavesNoPackageWhoseFileFailsToClose();
     void removesNoDevice();
     void knowsAPackageTooLargeForTheFormat();
 
@@ -112,6 +125,7 @@ void TestFeedbackFaults::cleanup()
 {
     onRead = nullptr;
     writesUntilFull = -1;
+    closeFails = false;
 }
 
 /// The names behind the directories and global.json, or what is wrong.
@@ -319,6 +333,17 @@ void TestFeedbackFaults::leavesNoPackageWhenTheDiskIsFullForAMoment()
             QVERIFY2(kept == 0, qPrintable(QString("write %1").arg(writes)));
     }
     writesUntilFull = -1;
+    QCOMPARE(ZipListing(m_path).error(), QString());
+}
+
+void TestFeedbackFaults::leavesNoPackageWhoseFileFailsToClose()
+{
+    FeedbackManager feedback(nullptr);
+    closeFails = true;
+    feedback.zipFeedbackFile(m_path);
+    closeFails = false;
+    QVERIFY(!QFileInfo::exists(m_path));
+    feedback.zipFeedbackFile(m_path);
     QCOMPARE(ZipListing(m_path).error(), QString());
 }
 

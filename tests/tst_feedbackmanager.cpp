@@ -25,6 +25,9 @@ namespace {
 
 const char *kTimeFormat = "yyyy-MM-dd_hh-mm-ss";
 
+/// The time that this program has; the system's while it is null.
+QDateTime now;
+
 QStringList openWarning(int error)
 {
     return {"warning|default|FeedbackManager::setUserMsg|"
@@ -40,13 +43,21 @@ QJsonValue storedContactInfo(const FeedbackRoot &root)
 
 } // namespace
 
+// Stands before Qt's own.
+QDateTime QDateTime::currentDateTime()
+{
+    return now.isNull() ? fromMSecsSinceEpoch(currentMSecsSinceEpoch()) : now;
+}
+
 class TestFeedbackManager : public QObject {
     Q_OBJECT
 private slots:
     void init();
     void takesTheAddressOfTheFirstRealInterface_data();
     void takesTheAddressOfTheFirstRealInterface();
+    void namesThePackageAfterAddressAndTime_data();
     void namesThePackageAfterAddressAndTime();
+    void namesThePackageByTheLocalTime();
     void namesThePackageWithTwoUnderscoresWithoutAnAddress();
     void keepsThePackagesNameForLife();
     void makesNoFileButTheSettingsAtCreation();
@@ -73,6 +84,7 @@ private:
 void TestFeedbackManager::init()
 {
     m_root.clear();
+    now = {};
     setInterfaces({loopBack(), {"3C:22:FB:01:02:03"}});
 }
 
@@ -110,26 +122,40 @@ void TestFeedbackManager::takesTheAddressOfTheFirstRealInterface()
     QCOMPARE(logged(log), QStringList());
 }
 
+void TestFeedbackManager::namesThePackageAfterAddressAndTime_data()
+{
+    QTest::addColumn<QDateTime>("time");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("small numbers have a zero before them")
+        << QDateTime({2024, 3, 4}, {5, 6, 7, 999})
+        << "Corvane_3C:22:FB:01:02:03_2024-03-04_05-06-07.zip";
+    QTest::newRow("hours go up to 23") << QDateTime({2024, 12, 31}, {23, 59, 58})
+                                       << "Corvane_3C:22:FB:01:02:03_2024-12-31_23-59-58.zip";
+}
+
 void TestFeedbackManager::namesThePackageAfterAddressAndTime()
 {
+    QFETCH(QDateTime, time);
+    QFETCH(QString, name);
+    now = time;
+    QCOMPARE(FeedbackManager(nullptr).feedbackFileName(), m_root.path(name));
+}
+
+void TestFeedbackManager::namesThePackageByTheLocalTime()
+{
     const QString before = QDateTime::currentDateTime().toString(kTimeFormat);
-    const FeedbackManager feedback(nullptr);
+    const QString name = FeedbackManager(nullptr).feedbackFileName();
     const QString after = QDateTime::currentDateTime().toString(kTimeFormat);
-    const QString name = feedback.feedbackFileName();
-    const QString prefix = m_root.path("Corvane_3C:22:FB:01:02:03_");
-    QVERIFY2(name.startsWith(prefix) && name.endsWith(".zip"), qPrintable(name));
-    const QString time = name.mid(prefix.size(), name.size() - prefix.size() - 4);
-    QCOMPARE(QDateTime::fromString(time, kTimeFormat).toString(kTimeFormat), time);
+    const QString time = name.section('_', -2).chopped(4);
     QVERIFY2(before <= time && time <= after, qPrintable(time));
 }
 
 void TestFeedbackManager::namesThePackageWithTwoUnderscoresWithoutAnAddress()
 {
     setInterfaces({loopBack()});
-    const FeedbackManager feedback(nullptr);
-    const QRegularExpression pattern("^Corvane__\\d{4}-\\d\\d-\\d\\d_\\d\\d-\\d\\d-\\d\\d\\.zip$");
-    const QString name = QFileInfo(feedback.feedbackFileName()).fileName();
-    QVERIFY2(pattern.match(name).hasMatch(), qPrintable(name));
+    now = QDateTime({2024, 3, 14}, {10, 20, 30});
+    QCOMPARE(FeedbackManager(nullptr).feedbackFileName(),
+             m_root.path("Corvane__2024-03-14_10-20-30.zip"));
 }
 
 void TestFeedbackManager::keepsThePackagesNameForLife()
