@@ -23,6 +23,16 @@ foreach(needed
   endif()
 endforeach()
 
+# Hosts on other systems have none of Apple's headers that these include.
+foreach(header CoreAudioCapture.h CoreFoundationString.h)
+  set(mac_header include/LibCorvane/audioCapturers/${header})
+  if(CMAKE_HOST_APPLE AND NOT mac_header IN_LIST files)
+    message(SEND_ERROR "not installed: ${mac_header}")
+  elseif(NOT CMAKE_HOST_APPLE AND mac_header IN_LIST files)
+    message(SEND_ERROR "installed, but for macOS only: ${mac_header}")
+  endif()
+endforeach()
+
 foreach(file IN LISTS files)
   if(file MATCHES "_p\\.h$")
     message(SEND_ERROR "a private header is installed: ${file}")
