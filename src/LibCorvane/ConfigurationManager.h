@@ -55,11 +55,12 @@
 /// Groups and keys are plain member names, in which a dot has no meaning.
 ///
 /// \par Names that users type
-/// A name may hold blanks, dots, colons and any letters. The file system has the last word: a name
-/// of more than 250 bytes of UTF-8 is too long for most, a "/" leads into a sub-directory, which is
-/// not made, and "../" in a controller's name leads out of its directory: keep such names away from
-/// the store. An object whose file cannot be written lives on in memory. Some systems take two
-/// spellings of a letter, or capitals and small letters, for one file.
+/// A name may hold blanks, dots, colons, quotes, line ends and any letters; an empty one is a name
+/// too. The file system has the last word: a name of more than 250 bytes of UTF-8 is too long for
+/// most, a "/" leads into a sub-directory, which is not made, and "../" in a controller's name
+/// leads out of its directory: keep such names away from the store. A name with a NUL gets no file.
+/// An object whose file cannot be written lives on in memory. Some systems take two spellings of a
+/// letter, or capitals and small letters, for one file.
 ///
 /// \par Key paths
 /// A path such as latestVerion.version names a member of nested objects: it is split at every ".",
@@ -294,6 +295,7 @@ public:
     /// could take all memory.
     ///
     /// \param name the controller's name. A "/" in it leads to a sub-folder, which is not made.
+    ///        A name with a NUL gets no file.
     /// \param height keys on each of the two vertical sides.
     /// \param width keys along the top.
     /// \param bottom keys along the bottom; often fewer than \p width, which leaves a gap before
