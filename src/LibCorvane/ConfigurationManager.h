@@ -76,11 +76,22 @@
 ///
 /// \par What a crash can lose
 /// A save removes the old file, opens a new one and writes it, and does not wait for the disk. So
-/// nothing is lost when the system refuses the name, or the directory refuses changes: the old file
-/// cannot be removed either. But a crash, a full disk or a power cut within a save leaves that one
-/// file missing or cut short, and its settings start empty next time; and so does a limit on open
-/// files, which only the second step meets. Other files are not touched. The object in memory
-/// survives a failed save, so that a later one can succeed.
+/// between its first step and its last the old settings are not on disk any more. What becomes of
+/// them when a save does not come to its end:
+///
+/// | what ends the save                            | the old settings on disk                 |
+/// |-----------------------------------------------|------------------------------------------|
+/// | a name that the system refuses                | there are none, and nothing else changes |
+/// | a directory that has the file's name          | there are none; it stays, with its files |
+/// | a file that may not be removed, nor written   | stay                                     |
+/// | no descriptor left to open a file             | are lost, with the file                  |
+/// | a full disk, or a limit on the size of files  | are lost; the part that fitted is there  |
+/// | a crash or a power cut                        | may be lost; none or a part of the file  |
+///
+/// A file in a directory that refuses changes cannot be removed. It is written in place if it may
+/// be, and stays if it cannot be opened, for want of a descriptor too. Settings that were lost
+/// start empty next time. Other files are not touched. The object in memory survives every failed
+/// save, which is logged, so that a later one can succeed.
 ///
 /// \par Threads
 /// There are no locks, not in instance() either. All calls belong on one thread, as a rule the main
@@ -134,7 +145,8 @@ public:
     ///
     /// Directories are not made here. A failure is logged once at critical level:
     /// "Failed to opened :" file "errStr: " reason. When the file cannot be opened the old one is
-    /// gone; when it cannot be written to its end, the part that was written stays.
+    /// gone, if it could be removed; when it cannot be written to its end, the part that was
+    /// written stays. See the class description.
     /// \param name a cache name; see the class description.
     void saveJsonObject(const QString &name);
 
