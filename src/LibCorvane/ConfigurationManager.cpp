@@ -14,6 +14,7 @@
 #include <QStandardPaths>
 #include <QTextStream>
 
+#include <cerrno>
 #include <optional>
 
 namespace {
@@ -61,6 +62,18 @@ void makeSubDirectories(const QString &root)
         directory.mkdir(QLatin1String(name));
 }
 
+/// Whether the system would take the path to end early, at a NUL: what stands before may be the
+/// name of another file.
+bool holdsNul(const QString &path)
+{
+    return path.contains(QChar::Null);
+}
+
+QString openError(const QFile &file)
+{
+    return holdsNul(file.fileName()) ? qt_error_string(EINVAL) : file.errorString();
+}
+
 /// False when a write makes no progress; the file knows why.
 bool writeAll(QFile &file, const QByteArray &bytes)
 {
@@ -77,8 +90,10 @@ bool writeAll(QFile &file, const QByteArray &bytes)
 /// Removes the file, then writes it anew. Returns what went wrong, if anything did.
 std::optional<QString> rewriteFile(const QString &path, const QByteArray &bytes)
 {
-    QFile::remove(path);
     QFile file(path);
+    if (holdsNul(path))
+        return openError(file);
+    QFile::remove(path);
     // Unbuffered, so that each error shows at the write that meets it. Truncated for the file that
     // may be written but not removed: the end of a longer old document must not stay behind.
     if (!file.open(QIODevice::ReadWrite | QIODevice::Truncate | QIODevice::Unbuffered))
@@ -106,7 +121,7 @@ void writeLayout(const QString &name, const QByteArray &bytes)
     if (!directory.exists())
         directory.mkpath(QStringLiteral("."));
     QFile file(folder + name + QLatin1String(".json"));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
+    if (holdsNul(name) || !file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
         return;
     QTextStream stream(&file);
     stream.setCodec("utf-8");
@@ -173,8 +188,8 @@ QJsonObject &ConfigurationManager::jsonObject(const QString &name)
 QJsonObject ConfigurationManager::loadJsonObjectFromFile(const QString &path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        qCritical() << "Failed to open" << path << " errStr:" << file.errorString();
+    if (holdsNul(path) || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        qCritical() << "Failed to open" << path << " errStr:" << openError(file);
         return {};
     }
     QJsonParseError error{};
@@ -368,7 +383,7 @@ bool removeDirectory(const QString &path)
 {
     const QDir directory(path);
     // Qt takes an empty path for the working directory, which nobody means to lose.
-    if (path.isEmpty() || !directory.exists()) {
+    if (path.isEmpty() || holdsNul(path) || !directory.exists()) {
         qWarning() << "Directory does not exist:" << path;
         return false;
     }
