@@ -4,6 +4,7 @@
 #import <AppKit/AppKit.h>
 
 using corvane::test::noteDeallocated;
+using corvane::test::prepareArrays;
 using corvane::test::Simulation;
 
 @interface NSScreen ()
@@ -45,6 +46,7 @@ CORVANE_COUNT_ALLOCATIONS
 
 + (NSArray<NSScreen *> *)screens
 {
+    prepareArrays();
     NSMutableArray *screens = [NSMutableArray array];
     for (const auto &number : Simulation::instance().screens()) {
         NSScreen *screen = [[NSScreen alloc] initWithDescription:descriptionOf(number)];

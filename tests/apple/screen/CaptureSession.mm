@@ -13,6 +13,7 @@ using corvane::test::Delegate;
 using corvane::test::FormerReceiver;
 using corvane::test::formerReceivers;
 using corvane::test::noteDeallocated;
+using corvane::test::prepareArrays;
 using corvane::test::Receiver;
 using corvane::test::Reference;
 using corvane::test::runLater;
@@ -69,6 +70,7 @@ CORVANE_COUNT_ALLOCATIONS
 {
     self = [super init];
     sent("-[AVCaptureSession init]");
+    prepareArrays();
     m_inputs = [[NSMutableArray alloc] init];
     m_outputs = [[NSMutableArray alloc] init];
     const std::lock_guard lock(sharedState());

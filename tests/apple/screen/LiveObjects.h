@@ -5,6 +5,9 @@
 
 namespace corvane::test {
 
+/// To be called before the frameworks' arrays are used: makes GNUstep's ready.
+void prepareArrays();
+
 // What liveObjects() tells. An object of the simulated frameworks calls these.
 void noteAllocated(Class objects);
 void noteDeallocated(id object);

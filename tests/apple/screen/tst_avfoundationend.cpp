@@ -21,16 +21,18 @@ const char *const kLock = "CVPixelBufferLockBaseAddress";
 const char *const kUnlock = "CVPixelBufferUnlockBaseAddress";
 const char *const kStop = "-[AVCaptureSession stopRunning]";
 
-/// Delivers frames as fast as it can while it lives.
+/// Delivers frames as fast as they are taken while it lives.
 class Deliveries {
 public:
     Deliveries()
         : m_thread([this] {
             const auto picture = plainPicture(Qt::red, 40, 30);
+            int rounds = 0;
             while (!m_ended) {
                 m_count += deliverFrame(kDisplay, picture);
                 deliverLateFrame(picture);
-                std::this_thread::yield();
+                if (++rounds % 4 == 0) // several wait in a queue at a time
+                    waitForQueues();
             }
         })
     {
