@@ -7,21 +7,45 @@
 #include <QDebug>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTextStream>
 
+#include <cerrno>
 #include <optional>
 
 namespace {
 
 constexpr const char *kSubDirectories[] = {"controllers", "logs", "effects", "dumps", "resources"};
+// The two files are no directories, so they stay, and each is warned of: hosts know these lines.
+constexpr const char *kResetEntries[] = {"/resources", "/effects", "/controllers", "/global.json",
+                                         "/config.json"};
 
 QString globalName()
 {
     return QStringLiteral("global");
+}
+
+QString controllerName(const QString &controller)
+{
+    return QStringLiteral("controllers/") + controller;
+}
+
+QString effectName(const QString &effect)
+{
+    QString name = QStringLiteral("effects/") + effect;
+    return name.replace(u'.', u'_');
+}
+
+corvane::JsonKeys viewsOf(const QStringList &keys)
+{
+    corvane::JsonKeys views;
+    for (const QString &key : keys)
+        views.append(key);
+    return views;
 }
 
 QString chooseDataRoot(const QString &wanted)
@@ -31,12 +55,23 @@ QString chooseDataRoot(const QString &wanted)
     return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
 }
 
-void makeDirectories(const QString &root)
+void makeSubDirectories(const QString &root)
 {
-    QDir().mkdir(root);
     const QDir directory(root);
     for (const char *name : kSubDirectories)
         directory.mkdir(QLatin1String(name));
+}
+
+/// Whether the system would take the path to end early, at a NUL: what stands before may be the
+/// name of another file.
+bool holdsNul(const QString &path)
+{
+    return path.contains(QChar::Null);
+}
+
+QString openError(const QFile &file)
+{
+    return holdsNul(file.fileName()) ? qt_error_string(EINVAL) : file.errorString();
 }
 
 /// False when a write makes no progress; the file knows why.
@@ -55,8 +90,10 @@ bool writeAll(QFile &file, const QByteArray &bytes)
 /// Removes the file, then writes it anew. Returns what went wrong, if anything did.
 std::optional<QString> rewriteFile(const QString &path, const QByteArray &bytes)
 {
-    QFile::remove(path);
     QFile file(path);
+    if (holdsNul(path))
+        return openError(file);
+    QFile::remove(path);
     // Unbuffered, so that each error shows at the write that meets it. Truncated for the file that
     // may be written but not removed: the end of a longer old document must not stay behind.
     if (!file.open(QIODevice::ReadWrite | QIODevice::Truncate | QIODevice::Unbuffered))
@@ -84,7 +121,7 @@ void writeLayout(const QString &name, const QByteArray &bytes)
     if (!directory.exists())
         directory.mkpath(QStringLiteral("."));
     QFile file(folder + name + QLatin1String(".json"));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
+    if (holdsNul(name) || !file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
         return;
     QTextStream stream(&file);
     stream.setCodec("utf-8");
@@ -100,7 +137,8 @@ std::unique_ptr<ConfigurationManager> ConfigurationManager::s_instance;
 ConfigurationManager::ConfigurationManager()
     : m_configPath(chooseDataRoot(gsConfigPath))
 {
-    makeDirectories(m_configPath);
+    QDir().mkdir(m_configPath);
+    makeSubDirectories(m_configPath);
 }
 
 ConfigurationManager::~ConfigurationManager() = default;
@@ -150,8 +188,8 @@ QJsonObject &ConfigurationManager::jsonObject(const QString &name)
 QJsonObject ConfigurationManager::loadJsonObjectFromFile(const QString &path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        qCritical() << "Failed to open" << path << " errStr:" << file.errorString();
+    if (holdsNul(path) || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        qCritical() << "Failed to open" << path << " errStr:" << openError(file);
         return {};
     }
     QJsonParseError error{};
@@ -221,7 +259,7 @@ void ConfigurationManager::setGlobalValue(const QString &path, const QJsonValue 
 
 void ConfigurationManager::setGlobalValue(const QStringList &keys, const QJsonValue &value)
 {
-    setValWithXPath(instance()->globalJsonObj(), keys, value);
+    corvane::setJsonValueAt(instance()->globalJsonObj(), viewsOf(keys), value);
 }
 
 void ConfigurationManager::setAppConfig(const QString &path, const QJsonValue &value)
@@ -229,6 +267,88 @@ void ConfigurationManager::setAppConfig(const QString &path, const QJsonValue &v
     setGlobalValue(path, value);
     saveGlobalValues();
     emit appConfigChanged(path);
+}
+
+QJsonObject &ConfigurationManager::controllerJsonObj(const QString &controller)
+{
+    return jsonObject(controllerName(controller));
+}
+
+void ConfigurationManager::saveControllerJsonObj(const QString &controller)
+{
+    saveJsonObject(controllerName(controller));
+}
+
+// NOLINTBEGIN(performance-unnecessary-value-param): the interface takes effects, groups and keys by
+// value.
+QJsonObject &ConfigurationManager::effectJsonObj(QString effect)
+{
+    return jsonObject(effectName(effect));
+}
+
+void ConfigurationManager::saveEffectJsonObj(QString effect)
+{
+    saveJsonObject(effectName(effect));
+}
+
+QJsonValue ConfigurationManager::effectJsonValue(QString effect, QString group, QString key)
+{
+    // Not value(): a group that is read for the first time becomes a member, null.
+    const QJsonValue value = effectJsonObj(effect)[group];
+    return key.isEmpty() ? value : value.toObject().value(key);
+}
+
+QVariant ConfigurationManager::effectVariant(QString effect, QString group, QString key)
+{
+    return effectJsonValue(effect, group, key).toVariant();
+}
+
+void ConfigurationManager::setEffectJsonValue(QString effect, QString group, QString key,
+                                              const QJsonValue &value)
+{
+    corvane::JsonKeys keys{group};
+    if (!key.isEmpty())
+        keys.append(key);
+    corvane::setJsonValueAt(effectJsonObj(effect), keys, value);
+}
+
+void ConfigurationManager::setEffectVariant(QString effect, QString group, QString key,
+                                            QVariant value)
+{
+    // An empty key is a key like any other here, unlike in setEffectJsonValue().
+    corvane::setJsonValueAt(effectJsonObj(effect), {group, key}, QJsonValue::fromVariant(value));
+}
+
+QJsonValue ConfigurationManager::effectJsonValue(QString effect, QString group, QString key,
+                                                 QString defaultPath)
+{
+    QJsonValue value = effectJsonValue(effect, group, key);
+    if (!value.isNull() && !value.isUndefined())
+        return value;
+    qInfo() << "Not found effect config object about" << effect << group << key;
+    const QJsonObject defaults = loadJsonObjectFromFile(defaultPath);
+    // Also when there are none: the group is an empty object from then on.
+    setEffectJsonValue(effect, group, QString(), defaults);
+    if (defaults.isEmpty()) {
+        qCritical() << "Failed to get config object from" << defaultPath;
+        return QJsonValue::Null;
+    }
+    qDebug() << "Succeeded to get config object from" << defaultPath;
+    return key.isEmpty() ? QJsonValue(defaults) : defaults.value(key);
+}
+// NOLINTEND(performance-unnecessary-value-param)
+
+void ConfigurationManager::reset()
+{
+    for (const char *entry : kResetEntries)
+        removeDirectory(m_configPath + QLatin1String(entry));
+    makeSubDirectories(m_configPath);
+}
+
+void ConfigurationManager::EnableCleanStartup()
+{
+    setGlobalValue(QStringLiteral("cleanStartup"), true);
+    saveGlobalValues();
 }
 
 QJsonValue ConfigurationManager::valWithXPath(const QJsonObject &object, const QString &path)
@@ -246,7 +366,7 @@ void ConfigurationManager::setValWithXPath(QJsonObject &object, const QString &p
 QJsonValue ConfigurationManager::setValWithXPath(QJsonObject &object, QStringList keys,
                                                  const QJsonValue &value)
 {
-    corvane::setJsonValueAt(object, keys, value);
+    corvane::setJsonValueAt(object, viewsOf(keys), value);
     return object;
 }
 
@@ -257,6 +377,33 @@ void ConfigurationManager::generateControllerConfig(QString name, int height, in
     const QJsonObject layout = corvane::controllerLayout(strip);
     if (!layout.isEmpty())
         writeLayout(name.replace(u':', u'_'), QJsonDocument(layout).toJson());
+}
+
+bool removeDirectory(const QString &path)
+{
+    const QDir directory(path);
+    // Qt takes an empty path for the working directory, which nobody means to lose.
+    if (path.isEmpty() || holdsNul(path) || !directory.exists()) {
+        qWarning() << "Directory does not exist:" << path;
+        return false;
+    }
+    const QFileInfoList entries = directory.entryInfoList(
+        QDir::NoDotAndDotDot | QDir::Hidden | QDir::AllEntries, QDir::Unsorted);
+    for (const QFileInfo &entry : entries) {
+        // A link to a directory counts as one: what it leads to is emptied. Hosts rely on that.
+        if (entry.isDir()) {
+            if (!removeDirectory(entry.filePath()))
+                return false;
+        } else if (!QFile::remove(entry.filePath())) {
+            qWarning() << "Failed to remove file:" << entry.filePath();
+            return false;
+        }
+    }
+    if (!QDir().rmdir(path)) {
+        qWarning() << "Failed to remove directory:" << path;
+        return false;
+    }
+    return true;
 }
 
 bool isArrayIndex(const QString &text, int &index)

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 
 #include <memory>
 
@@ -46,29 +47,60 @@
 /// into "_". The name itself keeps its ":": "a:b" and "a_b" are two objects that share one file,
 /// and the one saved last wins.
 ///
+/// \par Controllers and effects
+/// A controller's object is "controllers/" + its name; its content is the host's. An effect's is
+/// "effects/" + its name with every "." turned into "_", so that an identifier such as music.wave
+/// gives one flat file, effects/music_wave.json: "music.wave" and "music_wave" are one effect. Its
+/// members are groups, each an object of keys as a rule; an empty key stands for the whole group.
+/// Groups and keys are plain member names, in which a dot has no meaning.
+///
+/// \par Names that users type
+/// A name may hold blanks, dots, colons, quotes, line ends and any letters; an empty one is a name
+/// too. The file system has the last word: a name of more than 250 bytes of UTF-8 is too long for
+/// most, a "/" leads into a sub-directory, which is not made, and "../" in a controller's name
+/// leads out of its directory: keep such names away from the store. A name with a NUL gets no file.
+/// An object whose file cannot be written lives on in memory. Some systems take two spellings of a
+/// letter, or capitals and small letters, for one file.
+///
 /// \par Key paths
 /// A path such as latestVerion.version names a member of nested objects: it is split at every ".",
 /// and empty segments vanish. Keys are case-sensitive. There is no escape for a dot in a key and no
 /// step into an array: "list[2]" is an ordinary name.
 ///
 /// \par What is written when
-/// saveJsonObject(), save(), the save operations named after an object, and setAppConfig() write;
-/// nothing else does, least of all the destructor: changes without a save are lost at exit. A file
-/// is UTF-8, indented JSON, and always written whole. generateControllerConfig() writes as well,
-/// but to another place, which is no part of the store.
+/// saveJsonObject(), save(), the save operations named after an object, setAppConfig() and
+/// EnableCleanStartup() write; reset() removes. Nothing else touches the files, least of all the
+/// destructor: changes without a save are lost at exit. A file is UTF-8, indented JSON, and always
+/// written whole. generateControllerConfig() writes as well, but to another place, which is no part
+/// of the store.
 ///
 /// \par What a crash can lose
-/// A save removes the old file before it writes the new one, and does not wait for the disk. A
-/// crash, a full disk or a power cut within a save therefore leaves that one file missing or cut
-/// short, and its settings start empty next time. Other files are not touched. The object in memory
-/// survives a failed save, so that a later one can succeed.
+/// A save removes the old file, opens a new one and writes it, and does not wait for the disk. So
+/// between its first step and its last the old settings are not on disk any more. What becomes of
+/// them when a save does not come to its end:
+///
+/// | what ends the save                            | the old settings on disk                 |
+/// |-----------------------------------------------|------------------------------------------|
+/// | a name that the system refuses                | there are none, and nothing else changes |
+/// | a directory that has the file's name          | there are none; it stays, with its files |
+/// | a file that may not be removed, nor written   | stay                                     |
+/// | no descriptor left to open a file             | are lost, with the file                  |
+/// | a full disk, or a limit on the size of files  | are lost; the part that fitted is there  |
+/// | a crash or a power cut                        | may be lost; none or a part of the file  |
+///
+/// A file in a directory that refuses changes cannot be removed. It is written in place if it may
+/// be, and stays if it cannot be opened, for want of a descriptor too. Settings that were lost
+/// start empty next time. Other files are not touched. The object in memory survives every failed
+/// save, which is logged, so that a later one can succeed.
 ///
 /// \par Threads
 /// There are no locks, not in instance() either. All calls belong on one thread, as a rule the main
 /// thread; a call from another thread must not overlap any other call. appConfigChanged() is
-/// emitted on the thread that calls setAppConfig(). The static functions that are given everything
-/// they work on (loadJsonObjectFromFile(), valWithXPath(), setValWithXPath() and
-/// generateControllerConfig()) may run on any thread, on distinct objects and files.
+/// emitted on the thread that calls setAppConfig(). Reading changes the store as well: a first use
+/// loads a file, and effectJsonValue() may add a group. The static functions that are given
+/// everything they work on (loadJsonObjectFromFile(), valWithXPath(), setValWithXPath() and
+/// generateControllerConfig()) may run on any thread, on distinct objects and files; so may
+/// removeDirectory() and isArrayIndex().
 class LIBCORVANE_EXPORT ConfigurationManager : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY(ConfigurationManager)
@@ -113,7 +145,8 @@ public:
     ///
     /// Directories are not made here. A failure is logged once at critical level:
     /// "Failed to opened :" file "errStr: " reason. When the file cannot be opened the old one is
-    /// gone; when it cannot be written to its end, the part that was written stays.
+    /// gone, if it could be removed; when it cannot be written to its end, the part that was
+    /// written stays. See the class description.
     /// \param name a cache name; see the class description.
     void saveJsonObject(const QString &name);
 
@@ -149,11 +182,82 @@ public:
     /// appConfigChanged(), also when writing failed; see saveJsonObject() for the log line.
     void setAppConfig(const QString &path, const QJsonValue &value);
 
+    /// The object of a controller: jsonObject() of "controllers/" + \p controller.
+    QJsonObject &controllerJsonObj(const QString &controller);
+    /// Writes the object of a controller with saveJsonObject().
+    void saveControllerJsonObj(const QString &controller);
+
+    /// The object of an effect: jsonObject() of "effects/" + \p effect, with "_" for each ".".
+    QJsonObject &effectJsonObj(QString effect);
+    /// Writes the object of an effect with saveJsonObject().
+    void saveEffectJsonObj(QString effect);
+
+    /// A setting of an effect.
+    ///
+    /// Reading a group that the effect does not have adds it, as null, to the object in memory; the
+    /// next save writes that.
+    /// \param key a member of the group; empty for the group itself.
+    /// \return Undefined when the group has no such key or is no object. Null for a missing group
+    ///         that is read whole.
+    QJsonValue effectJsonValue(QString effect, QString group, QString key);
+
+    /// The same as a QVariant, by QJsonValue::toVariant(): a missing key gives an invalid one.
+    QVariant effectVariant(QString effect, QString group, QString key);
+
+    /// Sets a setting of an effect in memory; saveEffectJsonObj() writes it. A group that is
+    /// missing becomes an object, and one that holds anything but an object loses it to an object.
+    ///
+    /// \param key a member of the group; empty to replace the group itself.
+    /// \param value Undefined removes the key, or the group.
+    void setEffectJsonValue(QString effect, QString group, QString key, const QJsonValue &value);
+
+    /// Sets a key of a group as setEffectJsonValue() does, to what QJsonValue::fromVariant() makes
+    /// of \p value. But an empty key does not stand for the group: it is a member with an empty
+    /// name.
+    void setEffectVariant(QString effect, QString group, QString key, QVariant value);
+
+    /// A setting of an effect, or of its default settings as long as the effect has none.
+    ///
+    /// When effectJsonValue() gives Null or Undefined, which is logged at info level ("Not found
+    /// effect config object about" effect group key), the whole group becomes what
+    /// loadJsonObjectFromFile() reads from the default file: other keys of the group are lost, and
+    /// a file that cannot be read leaves an empty object. Later reads find the group in memory;
+    /// saveEffectJsonObj() writes it.
+    ///
+    /// \param defaultPath the default file's full path, extension included. It is not read as long
+    ///        as the setting is there.
+    /// \return the value. From the default file, after a line at debug level ("Succeeded to get
+    ///         config object from" path), Undefined for a missing key. Null when that file gives no
+    ///         object or an empty one, after a line at critical level ("Failed to get config object
+    ///         from" path).
+    QJsonValue effectJsonValue(QString effect, QString group, QString key, QString defaultPath);
+
+    /// Removes all settings of controllers and effects, and the downloaded files: the directories
+    /// resources, effects and controllers with all they hold. Then makes the sub-directories of the
+    /// data root that are missing.
+    ///
+    /// The directories logs and dumps stay, and so do global.json and config.json, with their
+    /// settings; for each of these two removeDirectory() logs "Directory does not exist:" path, and
+    /// a host need not worry about it. A directory that cannot be removed stays in part, with the
+    /// log line of removeDirectory(), and the others are removed all the same.
+    ///
+    /// Objects in memory stay as they are, and save() writes all of them again. A host that wants
+    /// none of them back calls EnableCleanStartup(), exits without another save, and at the next
+    /// start begins with reset().
+    void reset();
+
+    /// Makes a note that the next start is to be a clean one: sets "cleanStartup" to true in the
+    /// object "global" and writes that at once, without appConfigChanged(). What is to happen then,
+    /// and removing the note, is up to the host; nothing in this library reads it.
+    void EnableCleanStartup();
+
     /// The value at a key path of an object.
     ///
     /// \return the object itself for the empty path. Null when a step on the way is missing or is
     ///         no object; Undefined when only the last member is missing, or when the path is made
-    ///         of dots only. No part of the object is copied.
+    ///         of dots only. No part of the object is copied: a text, an array or an object shares
+    ///         the object's data, and as long as it is kept, the next change there copies the
+    ///         members that stand beside what is changed. A QString made of a text shares nothing.
     static QJsonValue valWithXPath(const QJsonObject &object, const QString &path);
 
     /// Sets the value at a key path of an object, in place. Objects that are missing on the way are
@@ -205,6 +309,7 @@ public:
     /// could take all memory.
     ///
     /// \param name the controller's name. A "/" in it leads to a sub-folder, which is not made.
+    ///        A name with a NUL gets no file.
     /// \param height keys on each of the two vertical sides.
     /// \param width keys along the top.
     /// \param bottom keys along the bottom; often fewer than \p width, which leaves a gap before
@@ -236,6 +341,20 @@ private:
     QHash<QString, QJsonObject> m_objects;
     QString m_configPath;
 };
+
+/// Removes a directory with everything in it, hidden entries included.
+///
+/// The first failure ends the walk; what was removed until then is gone. A link to a directory is
+/// treated as one: the directory that it leads to is emptied, then the link itself cannot be
+/// removed, which is a failure. Links that lead nowhere, sockets and pipes are not seen, so that
+/// the directory that holds them cannot be removed.
+///
+/// May be called from any thread, on distinct trees.
+/// \param path the directory. An empty path is not taken for the working directory.
+/// \return whether the directory is gone. A failure is logged once at warning level:
+///         "Directory does not exist:" path (also for a path that is a file), "Failed to remove
+///         file:" path or "Failed to remove directory:" path.
+LIBCORVANE_EXPORT bool removeDirectory(const QString &path);
 
 /// Finds the first array index, "[" digits "]", anywhere in a text such as "item[7]".
 ///

@@ -5,10 +5,14 @@
 #include <QMetaObject>
 #include <QMutex>
 #include <QThread>
+#include <QThreadPool>
 
 #include <private/qobject_p.h>
 
 #include <sanitizer/tsan_interface.h>
+
+#include <functional>
+#include <utility>
 
 using corvane::test::nextFunction;
 
@@ -127,4 +131,17 @@ bool QThread::wait(QDeadlineTimer deadline)
     if (ended)
         happensAfter(this);
     return ended;
+}
+
+void QThreadPool::start(std::function<void()> task, int priority)
+{
+    using Start = void(QThreadPool *, std::function<void()>, int);
+    static const auto next = nextFunction<Start>("_ZN11QThreadPool5startESt8functionIFvvEEi");
+    static const char allTasks = 0;
+    std::function<void()> run = [task = std::move(task)] {
+        happensAfter(&allTasks);
+        task();
+    };
+    happensBefore(&allTasks);
+    next(this, std::move(run), priority);
 }
