@@ -3,12 +3,15 @@ cmake_minimum_required(VERSION 3.16)
 file(GLOB_RECURSE files RELATIVE ${PREFIX} ${PREFIX}/*)
 
 foreach(needed
+    include/LibCorvane/AVAVFoundationFactory.h
     include/LibCorvane/ConfigurationManager.h
     include/LibCorvane/Export.h
     include/LibCorvane/audioCapturers/IAudioCapture.h
     include/LibCorvane/audioCapturers/AudioCapManagerMac.h
+    include/LibCorvane/audioCapturers/FFMpegAudioCapture.h
     include/LibCorvane/deskCapturers/AVFoundationCaptureImpl.h
     include/LibCorvane/deskCapturers/DeskDuplManagerMac.h
+    include/LibCorvane/deskCapturers/FFMpegCapture.h
     include/LibCorvane/deskCapturers/IDeskCapture.h
     include/LibCorvane/deskCapturers/IDeskDuplManager.h
     ${LIBDIR}/cmake/LibCorvane/FindLibCorvaneOpenCV.cmake
