@@ -3,14 +3,17 @@ cmake_minimum_required(VERSION 3.16)
 file(GLOB_RECURSE files RELATIVE ${PREFIX} ${PREFIX}/*)
 
 foreach(needed
+    include/LibCorvane/AVAVFoundationFactory.h
     include/LibCorvane/ConfigurationManager.h
     include/LibCorvane/Export.h
     include/LibCorvane/FeedbackManager.h
     include/LibCorvane/audioCapturers/IAudioCapture.h
     include/LibCorvane/audioCapturers/AudioCapManagerMac.h
+    include/LibCorvane/audioCapturers/FFMpegAudioCapture.h
     include/LibCorvane/common/HardwareInfo.h
     include/LibCorvane/deskCapturers/AVFoundationCaptureImpl.h
     include/LibCorvane/deskCapturers/DeskDuplManagerMac.h
+    include/LibCorvane/deskCapturers/FFMpegCapture.h
     include/LibCorvane/deskCapturers/IDeskCapture.h
     include/LibCorvane/deskCapturers/IDeskDuplManager.h
     ${LIBDIR}/cmake/LibCorvane/FindLibCorvaneOpenCV.cmake

@@ -4,8 +4,11 @@
 
 #include <QMetaObject>
 #include <QMutex>
+#include <QRunnable>
 #include <QThread>
 #include <QThreadPool>
+
+#include <memory>
 
 #include <private/qobject_p.h>
 
@@ -44,6 +47,25 @@ void beginDelivery(const QObject *receiver, const QEvent *event)
     if (call->sender())
         happensAfter(call->sender());
 }
+
+/// What was done before a task was given to a pool comes before its work.
+class PooledTask : public QRunnable {
+public:
+    explicit PooledTask(QRunnable *task)
+        : m_task(task)
+    {
+    }
+
+    void run() override
+    {
+        happensAfter(this);
+        const std::unique_ptr<QRunnable> owned(m_task->autoDelete() ? m_task : nullptr);
+        m_task->run();
+    }
+
+private:
+    QRunnable *m_task;
+};
 
 } // namespace
 
@@ -144,4 +166,13 @@ void QThreadPool::start(std::function<void()> task, int priority)
     };
     happensBefore(&allTasks);
     next(this, std::move(run), priority);
+}
+
+void QThreadPool::start(QRunnable *task, int priority)
+{
+    static const auto next =
+        nextFunction<void(QThreadPool *, QRunnable *, int)>("_ZN11QThreadPool5startEP9QRunnablei");
+    auto *pooled = new PooledTask(task);
+    happensBefore(pooled);
+    next(this, pooled, priority);
 }

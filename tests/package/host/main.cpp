@@ -1,10 +1,13 @@
+#include <LibCorvane/AVAVFoundationFactory.h>
 #include <LibCorvane/ConfigurationManager.h>
 #include <LibCorvane/FeedbackManager.h>
 #include <LibCorvane/audioCapturers/AudioCapManagerMac.h>
+#include <LibCorvane/audioCapturers/FFMpegAudioCapture.h>
 #include <LibCorvane/audioCapturers/IAudioCapture.h>
 #include <LibCorvane/common/HardwareInfo.h>
 #include <LibCorvane/deskCapturers/AVFoundationCaptureImpl.h>
 #include <LibCorvane/deskCapturers/DeskDuplManagerMac.h>
+#include <LibCorvane/deskCapturers/FFMpegCapture.h>
 #include <LibCorvane/deskCapturers/QtScreenCapture.h>
 
 #include <QCoreApplication>
@@ -91,6 +94,25 @@ bool framesAreMatrices()
         && copy.at<cv::Vec4b>(8, 15) == cv::Vec4b();
 }
 
+// A capturer of the host's own that reads through FFmpeg.
+class Reader : public FFMpegCapture {
+public:
+    cv::Mat nextFrame() override
+    {
+        const QImage image = resize(decodedFrame().get());
+        return {image.height(), image.width(), CV_8UC4};
+    }
+};
+
+bool ffmpegIsReached()
+{
+    AVAVFoundationFactory factory;
+    factory.sanDevices();
+    Reader reader;
+    FFMpegAudioCapture sound;
+    return reader.nextFrame().empty() && sound.nextFrame();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -104,5 +126,6 @@ int main(int argc, char **argv)
     failures += check(devicesAreListed(), "the sound devices are listed");
     failures += check(displaysAreListed(), "the displays are listed");
     failures += check(framesAreMatrices(), "frames are matrices of OpenCV");
+    failures += check(ffmpegIsReached(), "FFmpeg's devices are asked for");
     return failures;
 }
