@@ -8,10 +8,11 @@ say() {
 
 set_up() {
     [[ -n ${LIBCORVANE_SKIP_SETUP:-} ]] || scripts/setup
-    # Homebrew keeps Qt 5 out of the way of Qt 6.
+    # Homebrew keeps older versions out of the way of the latest ones.
     if [[ $(uname -s) == Darwin ]]; then
         CMAKE_PREFIX_PATH=$(brew --prefix qt@5)${CMAKE_PREFIX_PATH:+:$CMAKE_PREFIX_PATH}
-        export CMAKE_PREFIX_PATH
+        PKG_CONFIG_PATH=$(brew --prefix ffmpeg@7)/lib/pkgconfig${PKG_CONFIG_PATH:+:$PKG_CONFIG_PATH}
+        export CMAKE_PREFIX_PATH PKG_CONFIG_PATH
     fi
     if command -v ccache >/dev/null; then
         export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER-ccache}

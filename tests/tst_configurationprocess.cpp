@@ -1,8 +1,8 @@
 #include <support/ConfigurationSupport.h>
+#include <support/HostProcess.h>
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -11,16 +11,11 @@
 // What happens once per process, seen from outside: each case starts hosts of its own.
 
 using corvane::test::bytesOf;
+using corvane::test::HostResult;
+using corvane::test::runHost;
 using corvane::test::writeBytes;
 
 namespace {
-
-struct Result {
-    int exitCode = -1;
-    QByteArray output;
-    /// One "level|category|function|message" per log line.
-    QByteArray log;
-};
 
 const QStringList kDirectories{"controllers", "dumps", "effects", "logs", "resources"};
 
@@ -50,8 +45,11 @@ private slots:
     void survivesAFullDisk();
 
 private:
-    Result run(const QString &program, const QStringList &arguments) const;
-    Result host(const QStringList &commands) const { return run(CORVANE_CONFIG_HOST, commands); }
+    HostResult run(const QString &program, const QStringList &arguments) const;
+    HostResult host(const QStringList &commands) const
+    {
+        return run(CORVANE_CONFIG_HOST, commands);
+    }
     QString path(const QString &name) const { return m_directory->filePath(name); }
 
     QScopedPointer<QTemporaryDir> m_directory;
@@ -66,26 +64,18 @@ void TestConfigurationProcess::init()
 }
 
 /// Runs a program with a home directory of its own.
-Result TestConfigurationProcess::run(const QString &program, const QStringList &arguments) const
+HostResult TestConfigurationProcess::run(const QString &program, const QStringList &arguments) const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("HOME", path("home"));
     environment.insert("XDG_CONFIG_HOME", path("xdg"));
-    environment.insert("LC_ALL", "C.UTF-8");
-    environment.insert("QT_LOGGING_TO_CONSOLE", "1");
-    environment.insert("QT_MESSAGE_PATTERN", "%{type}|%{category}|%{function}|%{message}");
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(program, arguments);
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
-        return {-1, process.readAllStandardOutput(), process.errorString().toUtf8()};
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    return runHost(program, arguments, environment);
 }
 
 void TestConfigurationProcess::usesThePathSetBeforeTheFirstUse()
 {
     const QString root = path("root");
-    const Result result = host({"setConfigPath", root, "gsConfigPath", "configPath"});
+    const HostResult result = host({"setConfigPath", root, "gsConfigPath", "configPath"});
     QCOMPARE(result.exitCode, 0);
     QCOMPARE(result.output, (root + '\n' + root + '\n').toUtf8());
     QCOMPARE(result.log, QByteArray());
@@ -98,7 +88,7 @@ void TestConfigurationProcess::ignoresAPathSetAfterTheFirstUse()
 {
     const QString root = path("root");
     const QString late = path("late");
-    const Result result =
+    const HostResult result =
         host({"setConfigPath", root, "configPath", "setConfigPath", late, "gsConfigPath",
               "configPath", "resourcesPath", "logsPath", "setAppConfig", "key", "value"});
     QCOMPARE(result.exitCode, 0);
@@ -111,7 +101,7 @@ void TestConfigurationProcess::ignoresAPathSetAfterTheFirstUse()
 void TestConfigurationProcess::keepsAColonInTheRoot()
 {
     const QString root = path("a:b");
-    const Result result = host({"setConfigPath", root, "setAppConfig", "key", "value"});
+    const HostResult result = host({"setConfigPath", root, "setAppConfig", "key", "value"});
     QCOMPARE(result.exitCode, 0);
     QVERIFY(QFile::exists(root + "/global.json"));
 }
@@ -126,7 +116,7 @@ void TestConfigurationProcess::usesQtsLocationByDefault_data()
 void TestConfigurationProcess::usesQtsLocationByDefault()
 {
     QFETCH(QStringList, before);
-    const Result result = host(before + QStringList{"standardPath", "configPath"});
+    const HostResult result = host(before + QStringList{"standardPath", "configPath"});
     QCOMPARE(result.exitCode, 0);
     const QList<QByteArray> lines = result.output.split('\n');
     QCOMPARE(lines.size(), 3);
@@ -142,7 +132,8 @@ void TestConfigurationProcess::readsNoFileUntilAsked()
     writeBytes(path("root/global.json"), "broken");
     QCOMPARE(host({"setConfigPath", path("root"), "configPath"}).log, QByteArray());
 
-    const Result result = host({"setConfigPath", path("root"), "globalJsonObj", "globalJsonObj"});
+    const HostResult result =
+        host({"setConfigPath", path("root"), "globalJsonObj", "globalJsonObj"});
     QCOMPARE(result.output, QByteArray("{}\n{}\n"));
     QCOMPARE(QString::fromUtf8(result.log),
              QString("critical|default|ConfigurationManager::loadJsonObjectFromFile|"
@@ -153,13 +144,13 @@ void TestConfigurationProcess::readsNoFileUntilAsked()
 void TestConfigurationProcess::makesNoParentOfTheDataRoot()
 {
     const QString root = path("missing/root");
-    const Result quiet = host({"setConfigPath", root, "configPath"});
+    const HostResult quiet = host({"setConfigPath", root, "configPath"});
     QCOMPARE(quiet.exitCode, 0);
     QCOMPARE(quiet.output, (root + '\n').toUtf8());
     QCOMPARE(quiet.log, QByteArray());
     QVERIFY(!QFile::exists(path("missing")));
 
-    const Result saved = host({"setConfigPath", root, "saveGlobalValues"});
+    const HostResult saved = host({"setConfigPath", root, "saveGlobalValues"});
     QCOMPARE(saved.exitCode, 0);
     QCOMPARE(QString::fromUtf8(saved.log),
              QString("critical|default|ConfigurationManager::saveJsonObject|"
@@ -173,7 +164,7 @@ void TestConfigurationProcess::isSilentWhenADirectoryCannotBeMade()
 {
     QVERIFY(QDir().mkdir(path("root")));
     writeBytes(path("root/effects"), "a file in the way");
-    const Result result = host({"setConfigPath", path("root"), "configPath"});
+    const HostResult result = host({"setConfigPath", path("root"), "configPath"});
     QCOMPARE(result.exitCode, 0);
     QCOMPARE(result.log, QByteArray());
     QCOMPARE(entries(path("root")), kDirectories);
@@ -185,7 +176,7 @@ void TestConfigurationProcess::keepsWhatIsInTheDataRoot()
     QVERIFY(QDir().mkpath(path("root/logs")));
     writeBytes(path("root/logs/old.log"), "old");
     writeBytes(path("root/config.json"), "the host's own");
-    const Result result = host({"setConfigPath", path("root"), "configPath"});
+    const HostResult result = host({"setConfigPath", path("root"), "configPath"});
     QCOMPARE(result.exitCode, 0);
     QCOMPARE(result.log, QByteArray());
     QCOMPARE(bytesOf(path("root/logs/old.log")), QByteArray("old"));
@@ -197,8 +188,8 @@ void TestConfigurationProcess::losesUnsavedChangesAtExit()
     QVERIFY(QDir().mkdir(path("root")));
     const QByteArray before = R"({"key":"old"})";
     writeBytes(path("root/global.json"), before);
-    const Result result = host({"setConfigPath", path("root"), "announceTheEnd", "setGlobalValue",
-                                "key", "new", "globalJsonObj"});
+    const HostResult result = host({"setConfigPath", path("root"), "announceTheEnd",
+                                    "setGlobalValue", "key", "new", "globalJsonObj"});
     QCOMPARE(result.exitCode, 0);
     QCOMPARE(result.output, QByteArray("{\"key\":\"new\"}\ndestroyed\n"));
     QCOMPARE(bytesOf(path("root/global.json")), before);
@@ -209,7 +200,7 @@ void TestConfigurationProcess::keepsSavedChangesAcrossProcesses()
 {
     const QStringList root{"setConfigPath", path("root")};
     QCOMPARE(host(root + QStringList{"setAppConfig", "a.ключ", "значение"}).exitCode, 0);
-    const Result result = host(root + QStringList{"globalJsonObj"});
+    const HostResult result = host(root + QStringList{"globalJsonObj"});
     QCOMPARE(result.output, QByteArray("{\"a\":{\"ключ\":\"значение\"}}\n"));
     QCOMPARE(result.log, QByteArray());
 }
@@ -225,12 +216,12 @@ void TestConfigurationProcess::survivesAFullDisk()
                                "cat \"$0/root/global.json\"";
         return run("unshare", QStringList{privately, "sh", "-c", script, disk} + command);
     };
-    const Result probe = onSmallDisk({"mkdir", disk + "/root"});
+    const HostResult probe = onSmallDisk({"mkdir", disk + "/root"});
     if (!probe.log.contains("global.json"))
         QSKIP("No small disk can be mounted here, so a full one cannot be tried: " + probe.log);
 
     const QString root = disk + "/root";
-    const Result result =
+    const HostResult result =
         onSmallDisk({CORVANE_CONFIG_HOST, "setConfigPath", root, "globalJsonObj", "setAppConfig",
                      "big", QString(20000, 'x'), "setAppConfig", "big", "small now"});
     QCOMPARE(result.exitCode, 0);

@@ -5,8 +5,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <csignal>
 
@@ -24,12 +22,6 @@ QJsonObject &newObject(const QString &name)
 {
     manager()->saveJsonObject(name);
     return manager()->jsonObject(name);
-}
-
-void setMode(const QString &path, mode_t mode)
-{
-    if (chmod(path.toLocal8Bit().constData(), mode) != 0)
-        qFatal("Cannot change the mode of %s", qUtf8Printable(path));
 }
 
 } // namespace

@@ -49,6 +49,7 @@ private slots:
     void leavesTheOldFileWhenItCannotBeOpened();
     void leavesWhatElseHasTheFilesName();
     void makesNoFolderForASlashInTheName();
+    void writesNoOtherFileForANulInTheName();
     void leavesTheOldFileWhenThereAreTooManyKeys();
     void logsTheDimensions_data();
     void logsTheDimensions();
@@ -207,6 +208,17 @@ void TestControllerLayoutFile::makesNoFolderForASlashInTheName()
     QVERIFY(QDir(m_folder).mkdir("sub"));
     Manager::generateControllerConfig("sub/desk", 2, 4, 4);
     QCOMPARE(parsed(file("sub/desk.json"))["key_num"].toInt(), 12);
+}
+
+void TestControllerLayoutFile::writesNoOtherFileForANulInTheName()
+{
+    QVERIFY(QDir().mkpath(m_folder));
+    writeBytes(file("desk"), "kept");
+    const LogCapture log;
+    Manager::generateControllerConfig(QString("desk") + QChar::Null + "x", 2, 4, 4);
+    QCOMPARE(treeOf(m_folder), QStringList{"desk"});
+    QCOMPARE(bytesOf(file("desk")), QByteArray("kept"));
+    QCOMPARE(logged(log), debugLine("\"desk\\u0000x\"  count: 12  height: 2  width: 4"));
 }
 
 void TestControllerLayoutFile::leavesTheOldFileWhenThereAreTooManyKeys()

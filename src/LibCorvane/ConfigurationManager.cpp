@@ -14,6 +14,7 @@
 #include <QStandardPaths>
 #include <QTextStream>
 
+#include <cerrno>
 #include <optional>
 
 namespace {
@@ -30,12 +31,21 @@ QString globalName()
 
 QString controllerName(const QString &controller)
 {
-    return QLatin1String("controllers/") + controller;
+    return QStringLiteral("controllers/") + controller;
 }
 
-QString effectName(QString effect)
+QString effectName(const QString &effect)
 {
-    return QLatin1String("effects/") + effect.replace(u'.', u'_');
+    QString name = QStringLiteral("effects/") + effect;
+    return name.replace(u'.', u'_');
+}
+
+corvane::JsonKeys viewsOf(const QStringList &keys)
+{
+    corvane::JsonKeys views;
+    for (const QString &key : keys)
+        views.append(key);
+    return views;
 }
 
 QString chooseDataRoot(const QString &wanted)
@@ -50,6 +60,18 @@ void makeSubDirectories(const QString &root)
     const QDir directory(root);
     for (const char *name : kSubDirectories)
         directory.mkdir(QLatin1String(name));
+}
+
+/// Whether the system would take the path to end early, at a NUL: what stands before may be the
+/// name of another file.
+bool holdsNul(const QString &path)
+{
+    return path.contains(QChar::Null);
+}
+
+QString openError(const QFile &file)
+{
+    return holdsNul(file.fileName()) ? qt_error_string(EINVAL) : file.errorString();
 }
 
 /// False when a write makes no progress; the file knows why.
@@ -68,8 +90,10 @@ bool writeAll(QFile &file, const QByteArray &bytes)
 /// Removes the file, then writes it anew. Returns what went wrong, if anything did.
 std::optional<QString> rewriteFile(const QString &path, const QByteArray &bytes)
 {
-    QFile::remove(path);
     QFile file(path);
+    if (holdsNul(path))
+        return openError(file);
+    QFile::remove(path);
     // Unbuffered, so that each error shows at the write that meets it. Truncated for the file that
     // may be written but not removed: the end of a longer old document must not stay behind.
     if (!file.open(QIODevice::ReadWrite | QIODevice::Truncate | QIODevice::Unbuffered))
@@ -97,7 +121,7 @@ void writeLayout(const QString &name, const QByteArray &bytes)
     if (!directory.exists())
         directory.mkpath(QStringLiteral("."));
     QFile file(folder + name + QLatin1String(".json"));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
+    if (holdsNul(name) || !file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
         return;
     QTextStream stream(&file);
     stream.setCodec("utf-8");
@@ -164,8 +188,8 @@ QJsonObject &ConfigurationManager::jsonObject(const QString &name)
 QJsonObject ConfigurationManager::loadJsonObjectFromFile(const QString &path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        qCritical() << "Failed to open" << path << " errStr:" << file.errorString();
+    if (holdsNul(path) || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        qCritical() << "Failed to open" << path << " errStr:" << openError(file);
         return {};
     }
     QJsonParseError error{};
@@ -235,7 +259,7 @@ void ConfigurationManager::setGlobalValue(const QString &path, const QJsonValue 
 
 void ConfigurationManager::setGlobalValue(const QStringList &keys, const QJsonValue &value)
 {
-    setValWithXPath(instance()->globalJsonObj(), keys, value);
+    corvane::setJsonValueAt(instance()->globalJsonObj(), viewsOf(keys), value);
 }
 
 void ConfigurationManager::setAppConfig(const QString &path, const QJsonValue &value)
@@ -282,7 +306,9 @@ QVariant ConfigurationManager::effectVariant(QString effect, QString group, QStr
 void ConfigurationManager::setEffectJsonValue(QString effect, QString group, QString key,
                                               const QJsonValue &value)
 {
-    const QStringList keys = key.isEmpty() ? QStringList{group} : QStringList{group, key};
+    corvane::JsonKeys keys{group};
+    if (!key.isEmpty())
+        keys.append(key);
     corvane::setJsonValueAt(effectJsonObj(effect), keys, value);
 }
 
@@ -296,7 +322,7 @@ void ConfigurationManager::setEffectVariant(QString effect, QString group, QStri
 QJsonValue ConfigurationManager::effectJsonValue(QString effect, QString group, QString key,
                                                  QString defaultPath)
 {
-    const QJsonValue value = effectJsonValue(effect, group, key);
+    QJsonValue value = effectJsonValue(effect, group, key);
     if (!value.isNull() && !value.isUndefined())
         return value;
     qInfo() << "Not found effect config object about" << effect << group << key;
@@ -340,7 +366,7 @@ void ConfigurationManager::setValWithXPath(QJsonObject &object, const QString &p
 QJsonValue ConfigurationManager::setValWithXPath(QJsonObject &object, QStringList keys,
                                                  const QJsonValue &value)
 {
-    corvane::setJsonValueAt(object, keys, value);
+    corvane::setJsonValueAt(object, viewsOf(keys), value);
     return object;
 }
 
@@ -357,7 +383,7 @@ bool removeDirectory(const QString &path)
 {
     const QDir directory(path);
     // Qt takes an empty path for the working directory, which nobody means to lose.
-    if (path.isEmpty() || !directory.exists()) {
+    if (path.isEmpty() || holdsNul(path) || !directory.exists()) {
         qWarning() << "Directory does not exist:" << path;
         return false;
     }

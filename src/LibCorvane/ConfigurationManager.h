@@ -55,11 +55,12 @@
 /// Groups and keys are plain member names, in which a dot has no meaning.
 ///
 /// \par Names that users type
-/// A name may hold blanks, dots, colons and any letters. The file system has the last word: a name
-/// of more than 250 bytes of UTF-8 is too long for most, a "/" leads into a sub-directory, which is
-/// not made, and "../" in a controller's name leads out of its directory: keep such names away from
-/// the store. An object whose file cannot be written lives on in memory. Some systems take two
-/// spellings of a letter, or capitals and small letters, for one file.
+/// A name may hold blanks, dots, colons, quotes, line ends and any letters; an empty one is a name
+/// too. The file system has the last word: a name of more than 250 bytes of UTF-8 is too long for
+/// most, a "/" leads into a sub-directory, which is not made, and "../" in a controller's name
+/// leads out of its directory: keep such names away from the store. A name with a NUL gets no file.
+/// An object whose file cannot be written lives on in memory. Some systems take two spellings of a
+/// letter, or capitals and small letters, for one file.
 ///
 /// \par Key paths
 /// A path such as latestVerion.version names a member of nested objects: it is split at every ".",
@@ -75,11 +76,22 @@
 ///
 /// \par What a crash can lose
 /// A save removes the old file, opens a new one and writes it, and does not wait for the disk. So
-/// nothing is lost when the system refuses the name, or the directory refuses changes: the old file
-/// cannot be removed either. But a crash, a full disk or a power cut within a save leaves that one
-/// file missing or cut short, and its settings start empty next time; and so does a limit on open
-/// files, which only the second step meets. Other files are not touched. The object in memory
-/// survives a failed save, so that a later one can succeed.
+/// between its first step and its last the old settings are not on disk any more. What becomes of
+/// them when a save does not come to its end:
+///
+/// | what ends the save                            | the old settings on disk                 |
+/// |-----------------------------------------------|------------------------------------------|
+/// | a name that the system refuses                | there are none, and nothing else changes |
+/// | a directory that has the file's name          | there are none; it stays, with its files |
+/// | a file that may not be removed, nor written   | stay                                     |
+/// | no descriptor left to open a file             | are lost, with the file                  |
+/// | a full disk, or a limit on the size of files  | are lost; the part that fitted is there  |
+/// | a crash or a power cut                        | may be lost; none or a part of the file  |
+///
+/// A file in a directory that refuses changes cannot be removed. It is written in place if it may
+/// be, and stays if it cannot be opened, for want of a descriptor too. Settings that were lost
+/// start empty next time. Other files are not touched. The object in memory survives every failed
+/// save, which is logged, so that a later one can succeed.
 ///
 /// \par Threads
 /// There are no locks, not in instance() either. All calls belong on one thread, as a rule the main
@@ -133,7 +145,8 @@ public:
     ///
     /// Directories are not made here. A failure is logged once at critical level:
     /// "Failed to opened :" file "errStr: " reason. When the file cannot be opened the old one is
-    /// gone; when it cannot be written to its end, the part that was written stays.
+    /// gone, if it could be removed; when it cannot be written to its end, the part that was
+    /// written stays. See the class description.
     /// \param name a cache name; see the class description.
     void saveJsonObject(const QString &name);
 
@@ -242,7 +255,9 @@ public:
     ///
     /// \return the object itself for the empty path. Null when a step on the way is missing or is
     ///         no object; Undefined when only the last member is missing, or when the path is made
-    ///         of dots only. No part of the object is copied.
+    ///         of dots only. No part of the object is copied: a text, an array or an object shares
+    ///         the object's data, and as long as it is kept, the next change there copies the
+    ///         members that stand beside what is changed. A QString made of a text shares nothing.
     static QJsonValue valWithXPath(const QJsonObject &object, const QString &path);
 
     /// Sets the value at a key path of an object, in place. Objects that are missing on the way are
@@ -294,6 +309,7 @@ public:
     /// could take all memory.
     ///
     /// \param name the controller's name. A "/" in it leads to a sub-folder, which is not made.
+    ///        A name with a NUL gets no file.
     /// \param height keys on each of the two vertical sides.
     /// \param width keys along the top.
     /// \param bottom keys along the bottom; often fewer than \p width, which leaves a gap before

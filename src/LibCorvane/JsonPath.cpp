@@ -1,16 +1,15 @@
 #include "JsonPath_p.h"
 
-#include <QStringRef>
-#include <QVector>
+#include <algorithm>
 
 namespace corvane {
 namespace {
 
 constexpr QChar kSeparator = u'.';
 
-void setFrom(int depth, QJsonObject &object, const QStringList &keys, const QJsonValue &value)
+void setFrom(int depth, QJsonObject &object, const JsonKeys &keys, const QJsonValue &value)
 {
-    const QString &key = keys.at(depth);
+    const QStringView key = keys.at(depth);
     if (depth == keys.size() - 1) {
         object.insert(key, value);
         return;
@@ -25,30 +24,37 @@ void setFrom(int depth, QJsonObject &object, const QStringList &keys, const QJso
 
 } // namespace
 
-QStringList jsonPathKeys(const QString &path)
+JsonKeys jsonPathKeys(QStringView path)
 {
-    return path.split(kSeparator, Qt::SkipEmptyParts);
+    JsonKeys keys;
+    for (auto from = path.begin();;) {
+        const auto to = std::find(from, path.end(), kSeparator);
+        if (to != from)
+            keys.append(QStringView(from, to));
+        if (to == path.end())
+            return keys;
+        from = to + 1;
+    }
 }
 
 QJsonValue jsonValueAt(const QJsonObject &object, const QString &path)
 {
     if (path.isEmpty())
         return object;
-    QVector<QStringRef> steps = path.splitRef(kSeparator, Qt::SkipEmptyParts);
-    if (steps.isEmpty())
+    const JsonKeys keys = jsonPathKeys(path);
+    if (keys.isEmpty())
         return QJsonValue::Undefined;
-    const QStringRef last = steps.takeLast();
     QJsonObject current = object;
-    for (const QStringRef &step : qAsConst(steps)) {
-        const QJsonValue next = current.value(step);
+    for (int i = 0; i < keys.size() - 1; ++i) {
+        const QJsonValue next = current.value(keys.at(i));
         if (!next.isObject())
             return QJsonValue::Null;
         current = next.toObject();
     }
-    return current.value(last);
+    return current.value(keys.last());
 }
 
-void setJsonValueAt(QJsonObject &object, const QStringList &keys, const QJsonValue &value)
+void setJsonValueAt(QJsonObject &object, const JsonKeys &keys, const QJsonValue &value)
 {
     if (!keys.isEmpty())
         setFrom(0, object, keys, value);

@@ -4,12 +4,17 @@
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QString>
-#include <QStringList>
+#include <QStringView>
+#include <QVarLengthArray>
 
 namespace corvane {
 
+/// The keys that lead to a member of nested objects, the outermost first. They are views: the texts
+/// must outlive them. Nothing is allocated for paths of the usual length.
+using JsonKeys = QVarLengthArray<QStringView, 8>;
+
 /// The keys of a dotted path. Empty segments vanish: "a..b", ".a.b" and "a.b." are all a, b.
-QStringList jsonPathKeys(const QString &path);
+JsonKeys jsonPathKeys(QStringView path);
 
 /// The value at a dotted path; the whole object for the empty path.
 ///
@@ -22,7 +27,7 @@ QJsonValue jsonValueAt(const QJsonObject &object, const QString &path);
 /// removes the last member, as QJsonObject::insert() does.
 ///
 /// Objects on the way are changed where they are, unless somebody else shares their data.
-void setJsonValueAt(QJsonObject &object, const QStringList &keys, const QJsonValue &value);
+void setJsonValueAt(QJsonObject &object, const JsonKeys &keys, const QJsonValue &value);
 
 } // namespace corvane
 

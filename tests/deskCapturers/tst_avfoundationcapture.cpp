@@ -72,7 +72,8 @@ private slots:
     void startsTheDisplay_data();
     void startsTheDisplay();
     void failedStartIsLogged();
-    void unstartedGivesEmptyFrames();
+    void unstartedGivesNothing_data();
+    void unstartedGivesNothing();
     void startedGivesEmptyFramesUntilOneArrives();
     void frameIsTheLatestPicture();
     void framesAreIndependent();
@@ -129,11 +130,26 @@ void TestAVFoundationCapture::failedStartIsLogged()
     QCOMPARE(displays().takeCalls(), QStringList("alloc 7"));
 }
 
-void TestAVFoundationCapture::unstartedGivesEmptyFrames()
+void TestAVFoundationCapture::unstartedGivesNothing_data()
 {
-    const LogCapture log;
+    QTest::addColumn<bool>("isRefused");
+    QTest::newRow("before the start") << false;
+    QTest::newRow("after a start that failed") << true;
+}
+
+void TestAVFoundationCapture::unstartedGivesNothing()
+{
+    QFETCH(bool, isRefused);
+    displays().refuse(7);
     AVFoundationCapture capture(nullptr, nullptr);
+    if (isRefused)
+        QVERIFY(!capture.start(7));
+    displays().takeCalls();
+    const LogCapture log;
     QVERIFY(capture.nextFrame().empty());
+    capture.setOutputSize({64, 36});
+    QCOMPARE(capture.outputSize(), QSize());
+    QCOMPARE(capture.originSize(), QSize());
     QCOMPARE(displays().takeCalls(), QStringList());
     QCOMPARE(logged(log), QStringList());
 }

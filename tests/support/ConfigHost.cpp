@@ -58,8 +58,16 @@ QHash<QString, Command> commands()
         {"logsPath", {0, [](Arguments) { print(manager()->logsPath()); }}},
         {"globalJsonObj", {0, [](Arguments) { print(toText(manager()->globalJsonObj())); }}},
         {"setGlobalValue", {2, [](Arguments a) { manager()->setGlobalValue(a.at(0), a.at(1)); }}},
+        {"removeGlobalValue",
+         {1, [](Arguments a) { manager()->setGlobalValue(a.at(0), QJsonValue::Undefined); }}},
         {"setAppConfig", {2, [](Arguments a) { manager()->setAppConfig(a.at(0), a.at(1)); }}},
         {"saveGlobalValues", {0, [](Arguments) { manager()->saveGlobalValues(); }}},
+        {"controllerJsonObj",
+         {1, [](Arguments a) { print(toText(manager()->controllerJsonObj(a.at(0)))); }}},
+        {"effectJsonObj",
+         {1, [](Arguments a) { print(toText(manager()->effectJsonObj(a.at(0)))); }}},
+        {"reset", {0, [](Arguments) { manager()->reset(); }}},
+        {"EnableCleanStartup", {0, [](Arguments) { manager()->EnableCleanStartup(); }}},
         {"announceTheEnd", {0, [](Arguments) { announceTheEnd(); }}},
     };
 }

@@ -1,9 +1,11 @@
 #include "ConfigurationSupport.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -15,6 +17,11 @@ constexpr uid_t kNobody = 65534;
 QStringList critical(const char *function, const QString &message)
 {
     return {QStringList{"critical", "default", function, message}.join('|')};
+}
+
+QStringList removalWarning(const QString &text, const QString &path)
+{
+    return {"warning|default|removeDirectory|" + text + " \"" + path + '"'};
 }
 
 } // namespace
@@ -34,6 +41,31 @@ void writeBytes(const QString &path, const QByteArray &bytes)
     file.close();
     if (!file)
         qFatal("Cannot prepare %s", qUtf8Printable(path));
+}
+
+QStringList treeOf(const QString &directory)
+{
+    namespace fs = std::filesystem;
+    const fs::path root = directory.toStdString();
+    QStringList paths;
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(root)) {
+        const QString path = QString::fromStdString(entry.path().lexically_relative(root).string());
+        paths << (entry.symlink_status().type() == fs::file_type::directory ? path + '/' : path);
+    }
+    paths.sort();
+    return paths;
+}
+
+void setMode(const QString &path, mode_t mode)
+{
+    if (chmod(path.toLocal8Bit().constData(), mode) != 0)
+        qFatal("Cannot change the mode of %s", qUtf8Printable(path));
+}
+
+void makeLink(const QString &target, const QString &path)
+{
+    if (symlink(target.toLocal8Bit().constData(), path.toLocal8Bit().constData()) != 0)
+        qFatal("Cannot make the link %s", qUtf8Printable(path));
 }
 
 QString reason(int error)
@@ -57,6 +89,21 @@ QStringList saveFailure(const QString &path, const QString &why)
 {
     return critical("ConfigurationManager::saveJsonObject",
                     QString("Failed to opened : \"%1\" errStr:  \"%2\"").arg(path, why));
+}
+
+QStringList missing(const QString &path)
+{
+    return removalWarning("Directory does not exist:", path);
+}
+
+QStringList fileStays(const QString &path)
+{
+    return removalWarning("Failed to remove file:", path);
+}
+
+QStringList directoryStays(const QString &path)
+{
+    return removalWarning("Failed to remove directory:", path);
 }
 
 LowLimit::LowLimit(Resource resource, rlim_t limit)

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <sys/resource.h>
+#include <sys/types.h>
 
 namespace corvane::test {
 
@@ -16,6 +17,13 @@ QByteArray bytesOf(const QString &path);
 /// Ends the test program when the file cannot be written.
 void writeBytes(const QString &path, const QByteArray &bytes);
 
+/// Everything below a directory, as sorted paths relative to it, read without Qt. A directory ends
+/// in "/"; links are named, not followed.
+QStringList treeOf(const QString &directory);
+/// Each of these ends the test program when it fails.
+void setMode(const QString &path, mode_t mode);
+void makeLink(const QString &target, const QString &path);
+
 /// The system's text for an errno value.
 QString reason(int error);
 
@@ -23,6 +31,10 @@ QString reason(int error);
 QStringList openFailure(const QString &path, const QString &why);
 QStringList parseFailure(const QString &path, const QString &why);
 QStringList saveFailure(const QString &path, const QString &why);
+// The same for what removeDirectory() reports.
+QStringList missing(const QString &path);
+QStringList fileStays(const QString &path);
+QStringList directoryStays(const QString &path);
 
 /// Lowers a soft limit of this process while it lives.
 class LowLimit {

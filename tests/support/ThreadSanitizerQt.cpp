@@ -4,11 +4,18 @@
 
 #include <QMetaObject>
 #include <QMutex>
+#include <QRunnable>
 #include <QThread>
+#include <QThreadPool>
+
+#include <memory>
 
 #include <private/qobject_p.h>
 
 #include <sanitizer/tsan_interface.h>
+
+#include <functional>
+#include <utility>
 
 using corvane::test::nextFunction;
 
@@ -40,6 +47,25 @@ void beginDelivery(const QObject *receiver, const QEvent *event)
     if (call->sender())
         happensAfter(call->sender());
 }
+
+/// What was done before a task was given to a pool comes before its work.
+class PooledTask : public QRunnable {
+public:
+    explicit PooledTask(QRunnable *task)
+        : m_task(task)
+    {
+    }
+
+    void run() override
+    {
+        happensAfter(this);
+        const std::unique_ptr<QRunnable> owned(m_task->autoDelete() ? m_task : nullptr);
+        m_task->run();
+    }
+
+private:
+    QRunnable *m_task;
+};
 
 } // namespace
 
@@ -127,4 +153,26 @@ bool QThread::wait(QDeadlineTimer deadline)
     if (ended)
         happensAfter(this);
     return ended;
+}
+
+void QThreadPool::start(std::function<void()> task, int priority)
+{
+    using Start = void(QThreadPool *, std::function<void()>, int);
+    static const auto next = nextFunction<Start>("_ZN11QThreadPool5startESt8functionIFvvEEi");
+    static const char allTasks = 0;
+    std::function<void()> run = [task = std::move(task)] {
+        happensAfter(&allTasks);
+        task();
+    };
+    happensBefore(&allTasks);
+    next(this, std::move(run), priority);
+}
+
+void QThreadPool::start(QRunnable *task, int priority)
+{
+    static const auto next =
+        nextFunction<void(QThreadPool *, QRunnable *, int)>("_ZN11QThreadPool5startEP9QRunnablei");
+    auto *pooled = new PooledTask(task);
+    happensBefore(pooled);
+    next(this, pooled, priority);
 }

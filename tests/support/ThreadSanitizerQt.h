@@ -16,10 +16,11 @@ namespace corvane::test {
 
 #ifdef CORVANE_THREAD_SANITIZER
 
-/// Qt is not instrumented: ThreadSanitizer does not see what its mutexes, events, queued calls and
-/// threads order, and takes what relies on that for races. The source of this unit stands before
-/// the functions of Qt that the library calls, and tells the sanitizer what each of them orders;
-/// this application does so for the delivery of events. Nothing that Qt does not order is hidden.
+/// Qt is not instrumented: ThreadSanitizer does not see what its mutexes, events, queued calls,
+/// threads and thread pools order, and takes what relies on that for races. The source of this unit
+/// stands before the functions of Qt that the library calls, and tells the sanitizer what each of
+/// them orders; this application does so for the delivery of events. Nothing that Qt does not order
+/// is hidden.
 ///
 /// With CORVANE_UNSEEN_LOCKS in the environment the sanitizer is told nothing of mutexes: what
 /// relies on one must then be reported, which proves that such a race would be found.

@@ -9,6 +9,10 @@
 #include <QSharedPointer>
 #include <QStringList>
 
+#ifdef Q_OS_MACOS
+#include <LibCorvane/audioCapturers/CoreFoundationString.h> // cfStringToQString()
+#endif
+
 /// The process-wide registry of audio input devices and the owner of their capturers.
 ///
 /// A host asks for the device ids, acquires the capturer of one, connects to its signals, and

@@ -2,17 +2,25 @@
 #define LIBCORVANE_FFMPEGLAYOUT_P_H
 
 #include <cstdint>
+#include <type_traits>
 
 extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/frame.h>
 #include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 
-/// Channel layouts as bit masks over every supported FFmpeg: the layout became a structure in
-/// 5.1, and the mask fields and options went in 7.0. Nothing else in the library knows.
+/// What differs between the supported versions of FFmpeg; nothing else in the library knows.
+///
+/// Channel layouts are bit masks here: the layout became a structure in 5.1, and the mask fields
+/// and options went in 7.0.
 namespace corvane {
+
+/// Const since FFmpeg 5.
+using InputFormat = std::remove_pointer_t<decltype(av_find_input_format(nullptr))>;
 
 enum class ResamplerSide { Input, Output };
 
@@ -51,6 +59,23 @@ inline uint64_t defaultLayoutMask(int channelCount) noexcept
     return layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask : 0;
 }
 
+/// The mask of a layout; that of the usual layout of so many channels when it names none.
+inline uint64_t layoutMask(const AVChannelLayout &layout) noexcept
+{
+    return layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask
+                                                   : defaultLayoutMask(layout.nb_channels);
+}
+
+inline uint64_t frameLayoutMask(const AVFrame *frame) noexcept
+{
+    return layoutMask(frame->ch_layout);
+}
+
+inline uint64_t decoderLayoutMask(const AVCodecContext *decoder) noexcept
+{
+    return layoutMask(decoder->ch_layout);
+}
+
 #else
 
 inline int setResamplerLayout(SwrContext *context, ResamplerSide side, uint64_t mask) noexcept
@@ -66,12 +91,22 @@ inline void setFrameLayout(AVFrame *frame, uint64_t mask) noexcept
 
 inline int frameChannelCount(const AVFrame *frame) noexcept
 {
-    return av_get_channel_layout_nb_channels(frame->channel_layout);
+    return frame->channels;
 }
 
 inline uint64_t defaultLayoutMask(int channelCount) noexcept
 {
     return static_cast<uint64_t>(av_get_default_channel_layout(channelCount));
+}
+
+inline uint64_t frameLayoutMask(const AVFrame *frame) noexcept
+{
+    return frame->channel_layout ? frame->channel_layout : defaultLayoutMask(frame->channels);
+}
+
+inline uint64_t decoderLayoutMask(const AVCodecContext *decoder) noexcept
+{
+    return decoder->channel_layout ? decoder->channel_layout : defaultLayoutMask(decoder->channels);
 }
 
 #endif

@@ -42,12 +42,12 @@ bool AVFoundationCapture::start(uint32_t displayId)
 
 QSize AVFoundationCapture::outputSize()
 {
-    return AVCaptureOutputSize(m_impl);
+    return m_impl ? AVCaptureOutputSize(m_impl) : QSize();
 }
 
 QSize AVFoundationCapture::originSize()
 {
-    return AVCaptureOriginSize(m_impl);
+    return m_impl ? AVCaptureOriginSize(m_impl) : QSize();
 }
 
 cv::Mat AVFoundationCapture::nextFrame()
@@ -60,5 +60,6 @@ cv::Mat AVFoundationCapture::nextFrame()
 
 void AVFoundationCapture::setOutputSize(QSize size)
 {
-    AVCaptureSetOutputSize(m_impl, size);
+    if (m_impl)
+        AVCaptureSetOutputSize(m_impl, size);
 }

@@ -32,15 +32,14 @@ public:
     /// Starts the capture of a display. To be called once.
     /// \param displayId one of availableDisplayIDs(), or 0 for the main display.
     /// \return false after a failure, which is logged as critical, "[AVFoundationCapture]: Cannot
-    ///         init AVFoundation capture"; nextFrame() then stays empty, and none of the operations
-    ///         on sizes may be called.
+    ///         init AVFoundation capture". The capturer then stays without frames and sizes.
     bool start(uint32_t displayId);
 
-    /// The display's size, the same as originSize(): it does not tell the size of the frames.
-    /// Needs a started capturer.
+    /// The display's size, the same as originSize(): it does not tell the size of the frames. An
+    /// invalid size when not started.
     QSize outputSize() override;
 
-    /// The display's size. Needs a started capturer.
+    /// The display's size; an invalid one when not started.
     QSize originSize() override;
 
     /// A copy of the latest frame; empty before the first frame, when not started, and when there
@@ -49,7 +48,7 @@ public:
 
 public Q_SLOTS:
     /// Sets the size of the frames that are captured from now on, in pixels; see
-    /// AVCaptureSetOutputSize(). Needs a started capturer.
+    /// AVCaptureSetOutputSize(). Does nothing when not started.
     void setOutputSize(QSize size) override;
 
 private:

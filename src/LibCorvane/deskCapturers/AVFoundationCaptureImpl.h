@@ -17,8 +17,15 @@
 /// On macOS a record is an AVFoundation session. On Linux it captures a monitor of the X server
 /// that the environment variable DISPLAY names, while somebody reads: two seconds after the last
 /// AVCaptureNextFrame() (or after the start) it lets its thread and its connection go, and the next
-/// call brings both back. A lost X server does not end the process: it is logged once, the last
-/// frame stays, and the record tries to connect again while it is read.
+/// call brings both back. At most 32 records of a process are awake: further ones put those to
+/// sleep that were not read for longest. A change of the monitor is followed; the output size goes
+/// with it, unless it was set.
+///
+/// A lost X server does not end the process: it is logged as a warning, "[AVFoundationCaptureImpl]:
+/// Lost the X server, display:" id, the last frame stays, and the record tries once a second to
+/// connect again while it is read. A monitor that cannot be captured for more than a second, as one
+/// that was switched off, is treated the same: "[AVFoundationCaptureImpl]: Cannot capture the
+/// monitor, display:" id. There is one such line until a frame has been captured again.
 ///
 /// \par Threads
 /// All functions may be called from any thread, on one record too, but for
@@ -38,7 +45,8 @@ using AVFoundationCaptureImpl = _AVFoundationCaptureImpl;
 ///         AVCaptureScreenInput instance".
 LIBCORVANE_EXPORT AVFoundationCaptureImpl *allocAVFoundationCapture(uint32_t displayId);
 
-/// Ends the capture and frees the record. Null is permitted.
+/// Ends the capture and frees the record. Null is permitted. On Linux it waits for the record's
+/// thread, which ends at once, unless it is just connecting to an X server that does not answer.
 LIBCORVANE_EXPORT void freeAVFoundationCapture(AVFoundationCaptureImpl *record);
 
 /// Sets the size of the frames that are captured from now on, in pixels. With an empty size, or one

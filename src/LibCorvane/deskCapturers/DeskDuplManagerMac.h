@@ -67,9 +67,8 @@ public:
     /// "[DeskDuplManagerMac]: The capturer " id " references has already changed to " users, and
     /// "[DeskDuplManagerMac]: Making capturer " id before it, when one had to be made.
     ///
-    /// A display that cannot be captured has a capturer all the same, which gives empty frames; the
-    /// log told so when it was made (see AVFoundationCapture::start()). Of such a capturer only
-    /// nextFrame() may be called.
+    /// A display that cannot be captured has a capturer all the same, which gives empty frames and
+    /// invalid sizes; the log told so when it was made (see AVFoundationCapture::start()).
     QSharedPointer<IDeskCapture> acquireCapturer(QString id) override;
 
     /// Gives one user of the display back. At 0 users the manager drops the capturer, also when it

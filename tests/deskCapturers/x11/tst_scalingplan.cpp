@@ -14,11 +14,26 @@ Sizes steps(QSize source, QSize target)
     return Sizes(steps.begin(), steps.end());
 }
 
-// The first of the two source pixels that a bilinear sample lies between, in the fixed-point
-// arithmetic of the X server.
+// Where a bilinear sample lies, in the fixed-point arithmetic of the X server.
+qint64 samplePosition(int scaled, int ratio)
+{
+    return ((2 * qint64(scaled) + 1) * ratio) / 2 - 32768;
+}
+
+// The first of the two source pixels that it lies between.
 qint64 firstSampled(int scaled, int ratio)
 {
-    return (((2 * qint64(scaled) + 1) * ratio) / 2 - 32768) >> 16;
+    return samplePosition(scaled, ratio) >> 16;
+}
+
+bool isHalf(int from, int to)
+{
+    return from == to || from == 2 * to;
+}
+
+bool hasEvenBlocks(int source, int scaled)
+{
+    return source % (2 * scaled) == 0;
 }
 
 } // namespace
@@ -29,6 +44,8 @@ private slots:
     void steps_data();
     void steps();
     void stepsHalveExactlyAndEndAtTheTarget();
+    void evenBlocksSeeAsMuchAsTheMultiple();
+    void samplesOfEvenBlocksLieBetweenPixels();
     void samplesStayWithinThePicture();
     void affectedPartHoldsAllThatChanges();
     void affectedPartIsTight();
@@ -44,8 +61,22 @@ void TestScalingPlan::steps_data()
 
     QTest::newRow("full HD goes through four times the target")
         << QSize(1920, 1080) << QSize(300, 168) << Sizes{{1200, 672}, {600, 336}, {300, 168}};
-    QTest::newRow("4K does, too: eight times would be too many pixels")
-        << QSize(3840, 2160) << QSize(300, 168) << Sizes{{1200, 672}, {600, 336}, {300, 168}};
+    QTest::newRow("4K goes through blocks of four, as four times the target skips pixels")
+        << QSize(3840, 2160) << QSize(300, 168) << Sizes{{960, 540}, {600, 336}, {300, 168}};
+    QTest::newRow("8K goes through blocks of eight")
+        << QSize(7680, 4320) << QSize(300, 168) << Sizes{{960, 540}, {600, 336}, {300, 168}};
+    QTest::newRow("5K does not, as blocks of six would see less")
+        << QSize(5120, 2880) << QSize(300, 168) << Sizes{{1200, 672}, {600, 336}, {300, 168}};
+    QTest::newRow("3440 x 1440 does not, either")
+        << QSize(3440, 1440) << QSize(300, 125) << Sizes{{1200, 500}, {600, 250}, {300, 125}};
+    QTest::newRow("blocks must fit: one pixel more than 4K goes through the multiple")
+        << QSize(3841, 2161) << QSize(300, 168) << Sizes{{1200, 672}, {600, 336}, {300, 168}};
+    QTest::newRow("each axis has its own blocks")
+        << QSize(3840, 1000) << QSize(300, 78)
+        << Sizes{{960, 624}, {600, 312}, {300, 156}, {300, 78}};
+    QTest::newRow("a large target is reached in one step, whatever it skips")
+        << QSize(3840, 2160) << QSize(1280, 720) << Sizes{{1280, 720}};
+    QTest::newRow("a tiny screen") << QSize(3, 2) << QSize(2, 1) << Sizes{{2, 2}, {2, 1}};
     QTest::newRow("a narrow reduction has one step")
         << QSize(500, 300) << QSize(300, 168) << Sizes{{300, 168}};
     QTest::newRow("each axis has its own multiple")
@@ -72,8 +103,8 @@ void TestScalingPlan::steps()
 
 void TestScalingPlan::stepsHalveExactlyAndEndAtTheTarget()
 {
-    for (const QSize source :
-         {QSize(3840, 2160), QSize(1367, 767), QSize(7680, 1), QSize(33, 4000)}) {
+    for (const QSize source : {QSize(3840, 2160), QSize(7680, 4320), QSize(1367, 767),
+                               QSize(7680, 1), QSize(33, 4000)}) {
         for (int width = 1; width <= 4096; width = width * 3 + 1) {
             for (int height = 1; height <= 4096; height = height * 5 - 2) {
                 const QSize target(width, height);
@@ -83,13 +114,41 @@ void TestScalingPlan::stepsHalveExactlyAndEndAtTheTarget()
                 for (int i = 1; i < sizes.size(); ++i) {
                     const QSize from = sizes[i - 1];
                     const QSize to = sizes[i];
-                    QVERIFY(from.width() == to.width() || from.width() == 2 * to.width());
-                    QVERIFY(from.height() == to.height() || from.height() == 2 * to.height());
-                    QVERIFY(from != to);
+                    const bool first = i == 1;
+                    QVERIFY(isHalf(from.width(), to.width())
+                            || (first && hasEvenBlocks(source.width(), from.width())));
+                    QVERIFY(isHalf(from.height(), to.height())
+                            || (first && hasEvenBlocks(source.height(), from.height())));
+                    QVERIFY(from != to && from.expandedTo(to) == from);
                 }
             }
         }
     }
+}
+
+// A sample sees two pixels of an even block; 1.5 at other places, on the average.
+void TestScalingPlan::evenBlocksSeeAsMuchAsTheMultiple()
+{
+    int withBlocks = 0;
+    for (int width = 2500; width < 9000; width += 4) {
+        const Sizes sizes = ::steps({width, width / 4 * 3}, {300, 225});
+        const QSize first = sizes.at(0);
+        const QSize second = sizes.at(1);
+        if (first == 2 * second)
+            continue;
+        ++withBlocks;
+        QVERIFY(first.width() * 2.0 >= second.width() * 2 * 1.5);
+        QVERIFY(first.height() * 2.0 >= second.height() * 2 * 1.5);
+        QVERIFY(first.boundedTo(2 * second) == first);
+    }
+    QVERIFY(withBlocks > 0);
+}
+
+void TestScalingPlan::samplesOfEvenBlocksLieBetweenPixels()
+{
+    const int ratio = fixedPointRatio(3840, 960);
+    for (int scaled = 0; scaled < 960; ++scaled)
+        QCOMPARE(samplePosition(scaled, ratio), (qint64(4 * scaled + 1) << 16) + 32768);
 }
 
 void TestScalingPlan::samplesStayWithinThePicture()
@@ -98,7 +157,7 @@ void TestScalingPlan::samplesStayWithinThePicture()
         for (int scaled = 1; scaled <= source; scaled += 1 + scaled / 9) {
             const int ratio = fixedPointRatio(source, scaled);
             QVERIFY(firstSampled(0, ratio) >= 0);
-            const qint64 last = ((2 * qint64(scaled) - 1) * ratio) / 2 - 32768;
+            const qint64 last = samplePosition(scaled - 1, ratio);
             QVERIFY2(last <= qint64(source - 1) << 16,
                      qPrintable(QStringLiteral("%1 to %2").arg(source).arg(scaled)));
         }
@@ -107,8 +166,8 @@ void TestScalingPlan::samplesStayWithinThePicture()
 
 void TestScalingPlan::affectedPartHoldsAllThatChanges()
 {
-    for (const int source : {97, 640, 1080}) {
-        for (const int scaled : {1, 13, 96, 97}) {
+    for (const int source : {97, 640, 1080, 2160}) {
+        for (const int scaled : {1, 13, 96, 97, 540}) {
             const int ratio = fixedPointRatio(source, scaled);
             for (int begin = 0; begin < source; begin += 7) {
                 for (const int length : {1, 2, 50}) {

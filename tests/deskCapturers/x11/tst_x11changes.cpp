@@ -1,10 +1,37 @@
 #include "CaptureRecord.h"
 
+#include "support/Interpose.h"
 #include "support/LogCapture.h"
 #include "support/XClient.h"
 #include "support/XServer.h"
 
+#include <xcb/shm.h>
+
+#include <atomic>
+#include <cstdlib>
+
 using namespace corvane::test;
+
+namespace {
+
+std::atomic<bool> fetchingFails{false};
+std::atomic<int> failedFetches{0};
+
+} // namespace
+
+// Stands before XCB's own function: the pictures of all records come through it.
+extern "C" xcb_shm_get_image_reply_t *xcb_shm_get_image_reply(xcb_connection_t *connection,
+                                                              xcb_shm_get_image_cookie_t cookie,
+                                                              xcb_generic_error_t **error)
+{
+    auto *reply = nextFunction<decltype(xcb_shm_get_image_reply)>("xcb_shm_get_image_reply")(
+        connection, cookie, error);
+    if (!fetchingFails)
+        return reply;
+    ++failedFetches;
+    std::free(reply);
+    return nullptr;
+}
 
 namespace {
 
@@ -49,6 +76,7 @@ private slots:
     void monitorThatMovesIsFollowed();
     void monitorThatIsAwayIsLoggedOnceAndComesBack();
     void anotherMonitorDoesNotDisturb();
+    void pictureThatCannotBeFetchedIsNotAskedForAllTheTime();
     void lostServerIsLoggedOnceAndFoundAgain();
     void lostServerMayComeBackWithAnotherSize();
     void serverThatHangsDoesNotHoldTheEnd();
@@ -159,6 +187,24 @@ void TestX11Changes::anotherMonitorDoesNotDisturb()
     QVERIFY(m_client->sync());
     QVERIFY(isFilled(frameIn(second, Qt::red), Qt::red));
     QCOMPARE(AVCaptureNextFrame(record.get()).cacheKey(), before.cacheKey());
+}
+
+void TestX11Changes::pictureThatCannotBeFetchedIsNotAskedForAllTheTime()
+{
+    const auto record = captureOf(1);
+    QVERIFY(isFilled(frameIn(record, Qt::green), Qt::green));
+    const LogCapture log;
+    failedFetches = 0;
+    fetchingFails = true;
+    m_client->fill(QRect(QPoint(0, 0), kScreen), Qt::blue);
+    QVERIFY(m_client->sync());
+    readUntilLogged(record, log); // when it has failed for a second
+    const int fetches = failedFetches;
+    fetchingFails = false;
+    QCOMPARE(log.messages(),
+             QStringList("[AVFoundationCaptureImpl]: Cannot capture the monitor, display: 1"));
+    QVERIFY2(fetches >= 2 && fetches < 10, qPrintable(QString::number(fetches)));
+    QVERIFY(isFilled(frameIn(record, Qt::blue), Qt::blue));
 }
 
 void TestX11Changes::lostServerIsLoggedOnceAndFoundAgain()

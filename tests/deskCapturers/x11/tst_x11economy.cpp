@@ -1,5 +1,6 @@
 #include "CaptureRecord.h"
 
+#include "support/Interpose.h"
 #include "support/LogCapture.h"
 #include "support/XClient.h"
 #include "support/XServer.h"
@@ -10,10 +11,27 @@
 #include <QSet>
 
 #include <unistd.h>
+#include <xcb/shm.h>
 
+#include <atomic>
 #include <vector>
 
 using namespace corvane::test;
+
+namespace {
+
+std::atomic<bool> serverIsElsewhere{false};
+
+} // namespace
+
+// Stands before XCB's own function, to name a segment that the server does not have.
+extern "C" xcb_void_cookie_t xcb_shm_attach_checked(xcb_connection_t *connection,
+                                                    xcb_shm_seg_t segment, uint32_t id,
+                                                    uint8_t readOnly)
+{
+    return nextFunction<decltype(xcb_shm_attach_checked)>("xcb_shm_attach_checked")(
+        connection, segment, serverIsElsewhere ? 0x7fffffff : id, readOnly);
+}
 
 namespace {
 
@@ -75,6 +93,7 @@ private slots:
     void capturesAreNotAwakeInMasses();
     void freeingEndsTheThreadAndTheConnection();
     void sharedMemoryIsPrivateAndGoesWithItsUsers();
+    void sharedMemoryThatTheServerRefusesIsGivenBack();
     void noMoreThan25FramesASecond();
     void stillScreenBringsNoNewFrames();
     void hostMayEndWithoutFreeing();
@@ -164,6 +183,16 @@ void TestX11Economy::sharedMemoryIsPrivateAndGoesWithItsUsers()
     QVERIFY(!firstFrame(record).isNull());
     // 01000 marks what vanishes with its last user; the rest is read and write for the owner.
     QCOMPARE(sharedMemoryOfThisProcess(), QStringList{QStringLiteral("1600")});
+}
+
+void TestX11Economy::sharedMemoryThatTheServerRefusesIsGivenBack()
+{
+    serverIsElsewhere = true;
+    const auto record = captureOf(1);
+    const QImage frame = frameIn(record, Qt::green);
+    serverIsElsewhere = false;
+    QVERIFY(isFilled(frame, Qt::green));
+    QCOMPARE(sharedMemoryOfThisProcess(), QStringList());
 }
 
 void TestX11Economy::noMoreThan25FramesASecond()

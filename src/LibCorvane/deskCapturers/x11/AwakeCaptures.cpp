@@ -3,11 +3,15 @@
 #include "ScreenCapture_p.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
 
 namespace corvane {
 namespace {
 
-constexpr std::size_t kMaxAwake = 32;
+constexpr std::ptrdiff_t kMaxAwake = 32;
 
 } // namespace
 
@@ -30,13 +34,17 @@ void AwakeCaptures::add(ScreenCapture &capture)
 {
     const std::lock_guard lock(m_mutex);
     m_captures.insert(&capture);
-    if (m_captures.size() <= kMaxAwake)
+    // Noted down first, as captures are read at any time.
+    std::vector<std::pair<int64_t, ScreenCapture *>> awake;
+    for (ScreenCapture *one : m_captures)
+        // One that was put to sleep stays here until its thread has ended.
+        if (const int64_t lastRead = one->lastRead(); lastRead > 0)
+            awake.emplace_back(lastRead, one);
+    if (static_cast<std::ptrdiff_t>(awake.size()) <= kMaxAwake)
         return;
-    const auto idlest =
-        std::min_element(m_captures.begin(), m_captures.end(), [](const auto *a, const auto *b) {
-            return a->lastRead() < b->lastRead();
-        });
-    (*idlest)->sleep();
+    const auto mostRecent = awake.end() - kMaxAwake;
+    std::nth_element(awake.begin(), mostRecent, awake.end());
+    std::for_each(awake.begin(), mostRecent, [](const auto &one) { one.second->sleep(); });
 }
 
 void AwakeCaptures::remove(ScreenCapture &capture)

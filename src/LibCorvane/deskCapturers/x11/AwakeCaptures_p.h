@@ -16,7 +16,7 @@ public:
     static AwakeCaptures &instance();
     ~AwakeCaptures();
 
-    /// When there are too many, the one that was not read for longest goes to sleep.
+    /// When there are too many, those that were not read for longest go to sleep.
     void add(ScreenCapture &capture);
     void remove(ScreenCapture &capture);
 

@@ -36,21 +36,23 @@ void MonitorSession::findMonitor()
 
 bool MonitorSession::takeEvents()
 {
+    bool hasLayoutEvent = false;
     while (const auto event = owned(xcb_poll_for_event(m_display->connection()))) {
         if (m_damage && m_damage->isDamageEvent(*event))
             m_contentHasChanged = true;
         // An error tells that a request came too late for a change.
         else if (event->response_type == 0 || m_display->isLayoutEvent(*event))
-            m_layoutHasChanged = true;
+            hasLayoutEvent = true;
     }
-    return m_layoutHasChanged;
+    m_layoutHasChanged = m_layoutHasChanged || hasLayoutEvent;
+    return hasLayoutEvent;
 }
 
 bool MonitorSession::hasChanged(QSize target) const
 {
     if (m_layoutHasChanged || m_monitor.isEmpty())
         return true;
-    if (target.isEmpty())
+    if (!isFrameSize(target))
         return false;
     return m_contentHasChanged || !m_damage || !m_source || target != m_target;
 }
@@ -63,7 +65,7 @@ bool MonitorSession::capture(LatestFrame &frame)
         return false;
     frame.setOriginSize(m_monitor.size());
     const QSize target = frame.outputSize();
-    if (target.isEmpty())
+    if (!isFrameSize(target))
         return true;
     const bool isNew = !m_source || target != m_target;
     if (isNew && !renewSource(target))
@@ -102,7 +104,7 @@ bool MonitorSession::deliver(const std::vector<QRect> &parts, LatestFrame &frame
         frame.deliver(*pixels, Alpha::Opaque);
         return true;
     }
-    // As a rule the monitor has changed meanwhile.
+    // As a rule the monitor has changed meanwhile, of which an event tells.
     m_source.reset();
     m_layoutHasChanged = true;
     return false;

@@ -26,7 +26,7 @@ public:
     QSize monitorSize() const { return m_monitor.size(); }
 
     /// Takes note of what the server has told since the last call.
-    /// \return whether the monitor may have come, gone or changed.
+    /// \return whether the server told that the monitor may have come, gone or changed.
     bool takeEvents();
 
     /// Whether the monitor, or the size wanted, may differ from what was captured last.

@@ -24,9 +24,8 @@ public:
     virtual ~PictureSource() = default;
 
     /// The picture as it is now, valid until the next call; nothing after a failure.
-    /// \param changed the parts of the monitor's area that differ from the picture before. The
-    /// first
-    ///        call must name the whole area.
+    /// \param changed the parts of the monitor's area that differ from the picture before; the
+    ///        whole area in the first call.
     virtual std::optional<BgraPixels> picture(const std::vector<QRect> &changed) = 0;
 };
 

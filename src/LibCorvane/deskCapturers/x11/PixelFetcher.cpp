@@ -14,8 +14,8 @@ constexpr int kOwnerOnly = 0600;
 PixelFetcher::PixelFetcher(const XDisplay &display, std::size_t capacity)
     : m_connection(display.connection())
 {
-    if (display.hasShm() && !attach(capacity))
-        m_segment = 0;
+    if (display.hasShm())
+        share(capacity);
 }
 
 PixelFetcher::~PixelFetcher()
@@ -26,24 +26,32 @@ PixelFetcher::~PixelFetcher()
         shmdt(m_memory);
 }
 
-// A server on another machine refuses the segment.
-bool PixelFetcher::attach(std::size_t capacity)
+void PixelFetcher::share(std::size_t capacity)
 {
     const int id = shmget(IPC_PRIVATE, capacity, IPC_CREAT | kOwnerOnly);
     if (id < 0)
-        return false;
+        return;
     void *const memory = shmat(id, nullptr, 0);
-    bool attached = false;
     if (memory != reinterpret_cast<void *>(-1)) {
-        m_memory = memory;
-        m_segment = xcb_generate_id(m_connection);
-        const auto cookie =
-            xcb_shm_attach_checked(m_connection, m_segment, static_cast<uint32_t>(id), false);
-        attached = succeeded(m_connection, cookie);
+        if (attach(id))
+            m_memory = memory;
+        else
+            shmdt(memory);
     }
     // The segment vanishes with its last user, however that ends.
     shmctl(id, IPC_RMID, nullptr);
-    return attached;
+}
+
+// A server on another machine refuses.
+bool PixelFetcher::attach(int sharedMemory)
+{
+    const auto segment = xcb_generate_id(m_connection);
+    const auto cookie =
+        xcb_shm_attach_checked(m_connection, segment, static_cast<uint32_t>(sharedMemory), false);
+    if (!succeeded(m_connection, cookie))
+        return false;
+    m_segment = segment;
+    return true;
 }
 
 const uint8_t *PixelFetcher::fetch(xcb_drawable_t drawable, const QRect &part, std::size_t bytes)

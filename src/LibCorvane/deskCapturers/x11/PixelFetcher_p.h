@@ -25,7 +25,8 @@ public:
     const uint8_t *fetch(xcb_drawable_t drawable, const QRect &part, std::size_t bytes);
 
 private:
-    bool attach(std::size_t capacity);
+    void share(std::size_t capacity);
+    bool attach(int sharedMemory);
     const uint8_t *fetchShared(xcb_drawable_t drawable, const QRect &part);
     const uint8_t *fetchPlain(xcb_drawable_t drawable, const QRect &part, std::size_t bytes);
 

@@ -43,6 +43,27 @@ QSize finer(QSize size, QSize source)
     return higherFits ? higher : size;
 }
 
+QSize finestMultiple(QSize target, QSize source)
+{
+    for (;;) {
+        const QSize next = finer(target, source);
+        if (next == target || pixels(next) > kMaxFirstStepPixels)
+            return target;
+        target = next;
+    }
+}
+
+// A sample sees four pixels, but not evenly: on each axis the two that it lies between are worth
+// 1.5 on the average, and 2 when it lies in the middle. It does in blocks of an even size, so that
+// blocks larger by up to 4 / 3 see as much.
+int withEvenBlocks(int source, int scaled)
+{
+    const int block = (source + 2 * scaled - 1) / (2 * scaled) * 2;
+    const bool skipsPixels = source > 2 * scaled;
+    const bool seesAsMuch = qint64(block) * 3 * scaled <= qint64(source) * 4;
+    return skipsPixels && seesAsMuch && source % block == 0 ? source / block : scaled;
+}
+
 } // namespace
 
 std::vector<QSize> scalingSteps(QSize source, QSize target)
@@ -50,19 +71,17 @@ std::vector<QSize> scalingSteps(QSize source, QSize target)
     if (source.isEmpty() || target.isEmpty())
         return {};
     const QSize last = target.boundedTo(source);
-    QSize first = last;
-    for (;;) {
-        const QSize next = finer(first, source);
-        if (next == first || pixels(next) > kMaxFirstStepPixels)
-            break;
-        first = next;
-    }
-    std::vector<QSize> steps{first};
+    std::vector<QSize> steps{finestMultiple(last, source)};
     while (steps.back() != last) {
         const QSize size = steps.back();
         steps.emplace_back(std::max(size.width() / 2, last.width()),
                            std::max(size.height() / 2, last.height()));
     }
+    QSize &first = steps.front();
+    if (first.width() > last.width())
+        first.setWidth(withEvenBlocks(source.width(), first.width()));
+    if (first.height() > last.height())
+        first.setHeight(withEvenBlocks(source.height(), first.height()));
     return steps;
 }
 

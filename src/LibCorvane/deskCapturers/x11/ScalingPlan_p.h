@@ -16,6 +16,11 @@ namespace corvane {
 /// a power of two on each axis: the largest that is not larger than the source and keeps the first
 /// step, which costs most, below about a million pixels. The picture is never enlarged: where the
 /// target is larger than the source, the last size is the source's.
+///
+/// Where that multiple still skips pixels of the source, the first step goes to a smaller size
+/// instead, if there is one that sees as much with fewer samples: blocks of an even number of
+/// pixels, each sampled just between the two in its middle. From there the way goes on to half the
+/// multiple.
 std::vector<QSize> scalingSteps(QSize source, QSize target);
 
 /// How far one goes in the source for one pixel of the scaled picture, as the 16.16 fixed-point

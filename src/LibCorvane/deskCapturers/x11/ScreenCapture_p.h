@@ -32,7 +32,7 @@ public:
     /// The same for good; returns when both are gone.
     void stop();
 
-    /// When the frame was last read; only to be compared.
+    /// When the frame was last read, only to be compared; 0 since sleep().
     int64_t lastRead() const;
 
 private:

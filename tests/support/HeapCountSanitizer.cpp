@@ -1,0 +1,27 @@
+// Sanitizers have a heap of their own, which tells of each piece.
+#include "HeapCount.h"
+
+#include <sanitizer/allocator_interface.h>
+
+#include <atomic>
+
+namespace {
+
+std::atomic<std::size_t> asked{0};
+
+void countPiece(const volatile void * /*memory*/, std::size_t size)
+{
+    asked += size;
+}
+
+void ignorePiece(const volatile void * /*memory*/)
+{
+}
+
+} // namespace
+
+std::size_t corvane::test::bytesAskedFor()
+{
+    static const int installed = __sanitizer_install_malloc_and_free_hooks(countPiece, ignorePiece);
+    return installed != 0 ? std::size_t(asked) : 0;
+}
