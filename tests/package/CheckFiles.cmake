@@ -5,6 +5,7 @@ file(GLOB_RECURSE files RELATIVE ${PREFIX} ${PREFIX}/*)
 foreach(needed
     include/LibCorvane/ConfigurationManager.h
     include/LibCorvane/Export.h
+    include/LibCorvane/NetRCManager.h
     include/LibCorvane/audioCapturers/IAudioCapture.h
     include/LibCorvane/audioCapturers/AudioCapManagerMac.h
     include/LibCorvane/deskCapturers/AVFoundationCaptureImpl.h
