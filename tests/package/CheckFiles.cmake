@@ -5,9 +5,11 @@ file(GLOB_RECURSE files RELATIVE ${PREFIX} ${PREFIX}/*)
 foreach(needed
     include/LibCorvane/ConfigurationManager.h
     include/LibCorvane/Export.h
+    include/LibCorvane/FeedbackManager.h
     include/LibCorvane/NetRCManager.h
     include/LibCorvane/audioCapturers/IAudioCapture.h
     include/LibCorvane/audioCapturers/AudioCapManagerMac.h
+    include/LibCorvane/common/HardwareInfo.h
     include/LibCorvane/deskCapturers/AVFoundationCaptureImpl.h
     include/LibCorvane/deskCapturers/DeskDuplManagerMac.h
     include/LibCorvane/deskCapturers/IDeskCapture.h

@@ -1,11 +1,14 @@
 #include <LibCorvane/ConfigurationManager.h>
+#include <LibCorvane/FeedbackManager.h>
 #include <LibCorvane/audioCapturers/AudioCapManagerMac.h>
 #include <LibCorvane/audioCapturers/IAudioCapture.h>
+#include <LibCorvane/common/HardwareInfo.h>
 #include <LibCorvane/deskCapturers/AVFoundationCaptureImpl.h>
 #include <LibCorvane/deskCapturers/DeskDuplManagerMac.h>
 #include <LibCorvane/deskCapturers/QtScreenCapture.h>
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <cstdio>
@@ -31,9 +34,8 @@ bool signalArrives()
 }
 
 // Settings written through the library are read back from the file.
-bool settingsAreKept()
+bool settingsAreKept(const QTemporaryDir &directory)
 {
-    const QTemporaryDir directory;
     ConfigurationManager::setConfigPath(directory.path());
     auto *settings = ConfigurationManager::instance();
     settings->setGlobalValue("strip.leds", 60);
@@ -41,6 +43,20 @@ bool settingsAreKept()
     const auto stored =
         ConfigurationManager::loadJsonObjectFromFile(directory.filePath("global.json"));
     return ConfigurationManager::valWithXPath(stored, "strip.leds") == QJsonValue(60);
+}
+
+bool feedbackIsPacked()
+{
+    FeedbackManager feedback(nullptr);
+    feedback.setUserMsg("The strip stays dark.");
+    QFile package(feedback.zipFeedbackFile());
+    return package.open(QIODevice::ReadOnly) && package.read(2) == "PK";
+}
+
+bool machineIsDescribed()
+{
+    return HardwareInfo::osVersion().endsWith(" dmkm\\Device0")
+        && HardwareInfo::disk().endsWith("G  ") && HardwareInfo::screen().isEmpty();
 }
 
 bool devicesAreListed()
@@ -80,7 +96,10 @@ bool framesAreMatrices()
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    int failures = check(settingsAreKept(), "settings are kept");
+    const QTemporaryDir directory;
+    int failures = check(settingsAreKept(directory), "settings are kept");
+    failures += check(feedbackIsPacked(), "a feedback package is made");
+    failures += check(machineIsDescribed(), "the machine is described");
     failures += check(signalArrives(), "a signal of the library arrives in the host");
     failures += check(devicesAreListed(), "the sound devices are listed");
     failures += check(displaysAreListed(), "the displays are listed");
