@@ -1,15 +1,20 @@
 // The host may delete the manager whenever it likes. What is wrong here shows under
 // AddressSanitizer at the latest.
 
+#include <support/ConfigurationSupport.h>
 #include <support/HttpServer.h>
 #include <support/LogCapture.h>
 #include <support/ServiceFixture.h>
 #include <support/ServiceReplies.h>
 
+#include <LibCorvane/FeedbackManager.h>
 #include <LibCorvane/NetRCManager.h>
 
 #include <QFile>
 #include <QtTest>
+
+#include <algorithm>
+#include <memory>
 
 using namespace corvane::test;
 
@@ -32,6 +37,11 @@ private slots:
     void isDeletedWhenAVersionIsAnnounced();
     void isDeletedWhenAnInstallerIsAnnounced_data();
     void isDeletedWhenAnInstallerIsAnnounced();
+    void isDeletedWhenFeedbackIsSent_data();
+    void isDeletedWhenFeedbackIsSent();
+    void isDeletedWhenFeedbackFails_data();
+    void isDeletedWhenFeedbackFails();
+    void finishesWhileTheHostHearsOfTheError();
     void isDeletedBetweenErrorAndEnd();
     void keepsAReplyThatIsEmittingWhileAHostWaits();
     void keepsItsRepliesAfterAnAnnouncement();
@@ -80,8 +90,10 @@ void TestServiceLifetime::addDeletions()
 void TestServiceLifetime::deleteInTheWayOfTheRow()
 {
     QFETCH(bool, inANestedLoop);
+    const QPointer<QNetworkReply> emitting = serviceReplies().last();
     if (!inANestedLoop) {
         delete m_manager;
+        QVERIFY(emitting);
         return;
     }
     QEventLoop loop;
@@ -90,6 +102,7 @@ void TestServiceLifetime::deleteInTheWayOfTheRow()
     connect(m_manager, &QObject::destroyed, &loop,
             [&loop] { QTimer::singleShot(0, &loop, &QEventLoop::quit); });
     loop.exec();
+    QVERIFY(emitting);
 }
 
 /// In a true event loop: the rules of deferred deletion are others without one.
@@ -176,6 +189,58 @@ void TestServiceLifetime::isDeletedWhenAnInstallerIsAnnounced()
     QVERIFY(!m_manager);
     QCOMPARE(m_log->messages().last(), QString("The new installation file has been downloaded"));
     QVERIFY(QFile::exists(m_fixture.installerPath()));
+}
+
+void TestServiceLifetime::isDeletedWhenFeedbackIsSent_data()
+{
+    addDeletions();
+}
+
+void TestServiceLifetime::isDeletedWhenFeedbackIsSent()
+{
+    FeedbackManager feedback(nullptr);
+    writeBytes(feedback.feedbackFileName(), "PK");
+    m_server->answer("/app/logupload.php", {ok({})});
+    m_manager->sendFeedback(&feedback, [this] { deleteInTheWayOfTheRow(); }, {});
+    runUntilRepliesAreGone();
+    QVERIFY(!m_manager);
+}
+
+void TestServiceLifetime::isDeletedWhenFeedbackFails_data()
+{
+    addDeletions();
+}
+
+void TestServiceLifetime::isDeletedWhenFeedbackFails()
+{
+    FeedbackManager feedback(nullptr);
+    writeBytes(feedback.feedbackFileName(), "PK");
+    m_manager->sendFeedback(&feedback, {},
+                            [this](QNetworkReply::NetworkError) { deleteInTheWayOfTheRow(); });
+    runUntilRepliesAreGone();
+    QVERIFY(!m_manager);
+}
+
+// A host that shows a dialogue about the failure: the end of the request comes meanwhile.
+void TestServiceLifetime::finishesWhileTheHostHearsOfTheError()
+{
+    const ScriptedNetwork network;
+    FeedbackManager feedback(nullptr);
+    writeBytes(feedback.feedbackFileName(), "PK");
+    QEventLoop dialogue;
+    bool wasThere = false;
+    const auto closeLater = [&] { QTimer::singleShot(0, &dialogue, &QEventLoop::quit); };
+    m_manager->sendFeedback(&feedback, closeLater, [&](QNetworkReply::NetworkError) {
+        const QPointer<ScriptedReply> emitting = network.reply();
+        QTimer::singleShot(0, emitting, [emitting] { emitting->finish(); });
+        dialogue.exec();
+        wasThere = !emitting.isNull();
+    });
+    QTimer::singleShot(0, network.reply(),
+                       [&network] { network.reply()->fail(QNetworkReply::HostNotFoundError); });
+    runUntilRepliesAreGone();
+    QVERIFY(wasThere);
+    QCOMPARE(m_log->messages().last(), QString("A feedback have sent to server"));
 }
 
 // A slot of another signal of the reply stands for anything that happens in between.

@@ -1,14 +1,18 @@
 #include "NetRCManager.h"
 
 #include "ConfigurationManager.h"
+#include "FeedbackManager.h"
 #include "ReplyLifetime_p.h"
 #include "ServiceMessages_p.h"
+#include "common/HardwareInfo.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDebug>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+#include <QHttpMultiPart>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QPointer>
@@ -17,6 +21,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
+#include <utility>
 
 using namespace corvane;
 
@@ -51,6 +57,12 @@ QString executableName()
 QString installerPath()
 {
     return ConfigurationManager::instance()->resourcesPath() + QLatin1String("/install.exe");
+}
+
+QNetworkRequest signedFeedbackRequest()
+{
+    return feedbackRequest(NetRCManager::serviceHost(), QCoreApplication::applicationName(),
+                           QCoreApplication::applicationVersion());
 }
 
 void save(const LatestVersion &latest)
@@ -135,7 +147,6 @@ void NetRCManager::checkVersion()
         qInfo() << "The new version has been made available";
         const ReplyShelter shelter(reply);
         emit hasNewAppVersion();
-        reply->deleteLater();
     });
     connect(reply, &QNetworkReply::errorOccurred, this, [reply] {
         if (!reply)
@@ -158,8 +169,8 @@ void NetRCManager::downloadLatestApp()
     }
     const auto hash = QSharedPointer<QCryptographicHash>::create(QCryptographicHash::Sha256);
     const QPointer<QNetworkReply> reply = m_network.get(QNetworkRequest(QUrl(m_downloadUrl)));
+    reply->setReadBufferSize(kReadBufferBytes); // at once: Qt lends for good what came before
     reply->setParent(this);
-    reply->setReadBufferSize(kReadBufferBytes);
 
     const auto receive = [reply, file, hash] {
         if (!reply) {
@@ -208,6 +219,77 @@ void NetRCManager::downloadLatestApp()
         deleteOnceFinished(reply, reply);
         QFile::remove(path);
     });
+}
+
+void NetRCManager::sendFeedback(QPointer<FeedbackManager> feedback, std::function<void()> onSent,
+                                std::function<void(QNetworkReply::NetworkError)> onError)
+{
+    if (!feedback)
+        feedback = new FeedbackManager(this);
+    const QFileInfo package(feedback->feedbackFileName());
+    if (!package.exists()) {
+        qCritical() << "The feedback file is not exist" << package.filePath();
+        return;
+    }
+    qDebug() << package.fileName();
+    auto file = std::make_unique<QFile>(package.filePath());
+    if (!file->open(QIODevice::ReadOnly)) {
+        qCritical() << "An error occurred while opeing the feedback file" << file->errorString();
+        return;
+    }
+    const QByteArray text = feedbackText(feedback->userMsg(), feedback->userContactInfo());
+    auto form = feedbackForm(text, package.fileName(), std::move(file));
+
+    const QPointer<QNetworkReply> reply = m_network.post(signedFeedbackRequest(), form.get());
+    if (reply->error() != QNetworkReply::NoError) {
+        qWarning() << "An error occurred while posting the feedback request"
+                   << reply->errorString();
+        delete reply; // before the form that it reads
+        return;
+    }
+    form.release()->setParent(reply);
+
+    connect(reply, &QNetworkReply::errorOccurred, this,
+            [reply, onError](QNetworkReply::NetworkError code) {
+                if (!reply)
+                    return;
+                qWarning() << "An error occurred while uploading the feedback"
+                           << reply->errorString();
+                const ReplyShelter shelter(reply);
+                if (onError)
+                    onError(code);
+                deleteOnceFinished(reply, reply);
+            });
+    connect(reply, &QNetworkReply::finished, this, [reply, onSent] {
+        if (!reply)
+            return;
+        qDebug() << reply->readAll();
+        qInfo() << "A feedback have sent to server";
+        const ReplyShelter shelter(reply);
+        if (onSent)
+            onSent();
+    });
+}
+
+void NetRCManager::uploadAppOnOffTime(QString startTime, QString closeTime)
+{
+    const QByteArray body =
+        usageBody({executableName(), QCoreApplication::applicationVersion(),
+                   HardwareInfo::getMacStr(QStringLiteral("0")), startTime, closeTime});
+    qInfo() << "[NetRCManager]: Prepare to upload to AppOnOffTime to the server, startTime: "
+            << startTime << ", clostTime: " << closeTime;
+    const QPointer<QNetworkReply> reply = m_network.post(usageRequest(serviceHost()), body);
+    connect(reply, &QNetworkReply::finished, this, [reply] {
+        qInfo() << "[NetRCManager]: uploadAppOnOffTime  server reply: " << reply->error();
+        reply->deleteLater();
+    });
+    if (closeTime.isEmpty())
+        return;
+    // Not exec(), which returns at once when the application has been told to quit: the report is
+    // to be delivered before that. The reply is gone when this object is.
+    QEventLoop loop;
+    while (reply && !reply->isFinished())
+        loop.processEvents(QEventLoop::WaitForMoreEvents);
 }
 
 bool compareVersion(QString a, QString b)

@@ -5,21 +5,28 @@
 
 #include <QDate>
 #include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
+#include <functional>
+
+class FeedbackManager;
+
 /// The client of the maker's web service: asks for the newest version, downloads and verifies its
-/// installer.
+/// installer, uploads feedback, and reports when the application was in use.
 ///
 /// A host makes one, calls checkVersion(), and on hasNewAppVersion() may call downloadLatestApp().
-/// Nothing is sent unless one of the operations is called.
+/// sendFeedback() and uploadAppOnOffTime() stand for themselves. Nothing is sent unless one of the
+/// operations is called.
 ///
 /// \par The service
 /// Every request goes over plain HTTP to serviceHost(). Nothing tells the true service from
 /// another one that answers in its place, and the digest of the installer comes the same way as the
 /// installer: it finds damage, not forgery. A host that runs the installer should check a signature
-/// of its own first. Redirections are not followed, proxies are used as the application's
-/// QNetworkProxy says, and no operation has a time limit.
+/// of its own first. Feedback and reports can be read on the way. Redirections are not followed,
+/// proxies are used as the application's QNetworkProxy says, and no operation has a time limit.
 ///
 /// \par Failures
 /// Nothing is thrown or returned; failures are logged by the operation that met them. A request
@@ -28,7 +35,13 @@
 ///
 /// \par Threads
 /// Everything happens on the thread that owns the object, normally the main thread, and needs its
-/// event loop: operations, signals and log lines. There are no locks.
+/// event loop: operations, signals, completion functions and log lines. There are no locks.
+///
+/// \par Re-entrancy
+/// uploadAppOnOffTime() with a close time handles all events of its thread while it waits: timers,
+/// queued calls and the user's clicks. Whatever they lead to happens inside that call, which may
+/// include another such call, or the end of this object. The host's slots and completion functions
+/// may do anything as well, also run event loops.
 ///
 /// \par Ownership
 /// Requests belong to the object and end with it, silently. It may be deleted at any time: in a
@@ -40,7 +53,7 @@ class LIBCORVANE_EXPORT NetRCManager : public QObject {
 public:
     /// Sends nothing.
     /// \param parent the usual QObject owner, or null.
-    explicit NetRCManager(QObject *parent);
+    explicit NetRCManager(QObject *parent = nullptr);
 
     /// Ends all requests that are under way; nothing is logged or emitted any more.
     ~NetRCManager() override;
@@ -103,6 +116,55 @@ public:
     /// been
     ///   null when reading some new data" for each piece of the rest. The file stays.
     void downloadLatestApp();
+
+    /// Uploads a feedback package, with the user's message and contact information, as a form.
+    ///
+    /// Returns at once. The package at FeedbackManager::feedbackFileName() must have been built; it
+    /// is read while it is sent, and neither changed nor removed. The form is posted to
+    /// "/app/logupload.php" and has three parts: "msg", "file_name" and "upload_file_minidump",
+    /// which declares the file's name with ".zip" once more at its end. The package's name is
+    /// logged at debug level.
+    ///
+    /// The two functions are called on this object's thread, each at most once. When the request
+    /// has finished, for better or for worse, \p onSent is called; when it fails, \p onError is
+    /// called first and \p onSent all the same. So \p onSent means that the exchange is over, and
+    /// only a call of \p onError before that it failed. What the service answers is not looked at
+    /// but logged whole at debug level, followed by the info "A feedback have sent to server"; the
+    /// failure's line comes first: warning "An error occurred while uploading the feedback" reason.
+    ///
+    /// Neither function is called when nothing can be sent, nor when this object is deleted before
+    /// the end:
+    /// - the package does not exist: critical "The feedback file is not exist" path
+    /// - it cannot be read: critical "An error occurred while opeing the feedback file" reason
+    /// - Qt refuses the request at once: warning "An error occurred while posting the feedback
+    ///   request" reason
+    ///
+    /// \param feedback may be deleted once the call has returned. Null stands for a new one, which
+    ///        belongs to this object; as its package has not been built, that is the first case.
+    /// \param onSent may be empty.
+    /// \param onError may be empty; gets the code of the failure.
+    void sendFeedback(QPointer<FeedbackManager> feedback, std::function<void()> onSent,
+                      std::function<void(QNetworkReply::NetworkError)> onError);
+
+    /// Reports when the application was started, or that it is being closed.
+    ///
+    /// With an empty \p closeTime it returns at once. Otherwise it returns when the request has
+    /// finished, so that the report has left before the application ends. Meanwhile it handles the
+    /// events of its thread; see the class description. There is no time limit: a service that
+    /// accepts the request and then says nothing holds up the caller, and
+    /// QCoreApplication::quit() only counts afterwards. Who cannot wait that long has a timer
+    /// delete this object, which ends the wait and the request.
+    ///
+    /// The report is JSON, posted to "/activate.php": the executable's file name, the application's
+    /// version, the hardware address of HardwareInfo::getMacStr("0") and the two times. Two lines
+    /// at info level: "[NetRCManager]: Prepare to upload to AppOnOffTime to the server, startTime:
+    /// " \p startTime ", clostTime: " \p closeTime, and in the end "[NetRCManager]:
+    /// uploadAppOnOffTime  server reply: " with the code of the error, QNetworkReply::NoError
+    /// without one. A failure is not reported otherwise; the service's answer is not read.
+    ///
+    /// \param startTime any text; sent as it is.
+    /// \param closeTime likewise; empty for the report of a start.
+    void uploadAppOnOffTime(QString startTime, QString closeTime);
 
 Q_SIGNALS:
     /// The service offers a version that is not older than the running one; see checkVersion().

@@ -108,15 +108,19 @@ Answer installer(int mebibytes)
 
 QByteArray noise()
 {
-    std::mt19937 random(1);
-    QByteArray bytes(kNoiseBytes, Qt::Uninitialized);
-    std::generate(bytes.begin(), bytes.end(), [&random] { return char(random()); });
-    return bytes;
+    static const QByteArray made = [] {
+        std::mt19937 random(1);
+        QByteArray bytes(kNoiseBytes, Qt::Uninitialized);
+        std::generate(bytes.begin(), bytes.end(), [&random] { return char(random()); });
+        return bytes;
+    }();
+    return made;
 }
 
 HttpServer::HttpServer()
     : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     , m_stop(eventfd(0, EFD_CLOEXEC))
+    , m_gate(eventfd(0, EFD_CLOEXEC))
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -138,6 +142,7 @@ HttpServer::~HttpServer()
         connection.join();
     close(m_listener);
     close(m_stop);
+    close(m_gate);
 }
 
 QString HttpServer::host() const
@@ -162,6 +167,11 @@ QVector<QByteArray> HttpServer::requests() const
     QVector<QByteArray> copy = m_requests;
     copy.detach(); // while no connection can append to what is shared
     return copy;
+}
+
+void HttpServer::release()
+{
+    eventfd_write(m_gate, 1);
 }
 
 void HttpServer::acceptAll()
@@ -243,6 +253,8 @@ void HttpServer::sendAnswer(int socket, const Answer &answer) const
     const int step = answer.trickles ? 1 : std::max(1, answer.bytes.size());
     for (int at = 0; isSent && at < answer.bytes.size(); at += step)
         isSent = send(socket, answer.bytes.constData() + at, step);
+    if (answer.patternWaits)
+        isSent = waitFor(m_gate, POLLIN);
     for (qint64 at = 0; isSent && at < answer.patternBytes; at += answer.pattern.size())
         isSent = send(socket, answer.pattern.constData(), answer.pattern.size());
     char ignored = 0;

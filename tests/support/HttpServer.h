@@ -20,6 +20,8 @@ struct Answer {
     /// Sent after the bytes, over and over, until so many have gone out.
     QByteArray pattern;
     qint64 patternBytes = 0;
+    /// The pattern waits for HttpServer::release().
+    bool patternWaits = false;
     /// The bytes go out one by one, each in a packet of its own.
     bool trickles = false;
     /// The connection stays open, without another byte, until the client or the server ends.
@@ -63,6 +65,8 @@ public:
     void answer(const QByteArray &path, const QVector<Answer> &answers);
     /// The requests so far, byte for byte, in the order in which they were complete.
     QVector<QByteArray> requests() const;
+    /// Sends what waits, now and from now on.
+    void release();
 
 private:
     void acceptAll();
@@ -76,6 +80,8 @@ private:
     int m_listener = -1;
     /// Readable once the server stops.
     int m_stop = -1;
+    /// Readable once nothing has to wait any more.
+    int m_gate = -1;
     quint16 m_port = 0;
     mutable std::mutex m_mutex;
     QMap<QByteArray, QVector<Answer>> m_answers;

@@ -26,6 +26,7 @@ quint16 freePort()
 
 PhpServer::PhpServer()
 {
+    QDir(m_records.path()).mkdir("app");
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("CORVANE_RECORDS", m_records.path());

@@ -1,5 +1,6 @@
 #include <LibCorvane/ConfigurationManager.h>
 #include <LibCorvane/FeedbackManager.h>
+#include <LibCorvane/NetRCManager.h>
 #include <LibCorvane/audioCapturers/AudioCapManagerMac.h>
 #include <LibCorvane/audioCapturers/IAudioCapture.h>
 #include <LibCorvane/common/HardwareInfo.h>
@@ -91,6 +92,14 @@ bool framesAreMatrices()
         && copy.at<cv::Vec4b>(8, 15) == cv::Vec4b();
 }
 
+bool serviceIsConfigured()
+{
+    const NetRCManager manager;
+    NetRCManager::setServiceHost("127.0.0.1:1");
+    return NetRCManager::serviceHost() == "127.0.0.1:1" && compareVersion("1.10", "1.9")
+        && convertDateMacro("Mar 14 2024") == QDate(2024, 3, 14);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -104,5 +113,6 @@ int main(int argc, char **argv)
     failures += check(devicesAreListed(), "the sound devices are listed");
     failures += check(displaysAreListed(), "the displays are listed");
     failures += check(framesAreMatrices(), "frames are matrices of OpenCV");
+    failures += check(serviceIsConfigured(), "the service's client works");
     return failures;
 }

@@ -13,5 +13,5 @@ $seen = [
     'error' => $file['error'],
     'content' => base64_encode(file_get_contents($file['tmp_name'])),
 ];
-file_put_contents("$folder/logupload.json", json_encode($seen, JSON_THROW_ON_ERROR));
+file_put_contents("$folder/app/logupload.json", json_encode($seen, JSON_THROW_ON_ERROR));
 echo 'received';
