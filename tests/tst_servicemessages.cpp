@@ -1,5 +1,6 @@
 #include <LibCorvane/ServiceMessages_p.h>
 
+#include <QNetworkRequest>
 #include <QtTest>
 
 using namespace corvane;
@@ -13,6 +14,10 @@ private slots:
     void readsVersions();
     void refusesWhatIsNotJson_data();
     void refusesWhatIsNotJson();
+    void reportsUsage_data();
+    void reportsUsage();
+    void joinsMessageAndContact();
+    void signsFeedback();
 };
 
 void TestServiceMessages::asksForTheExecutable_data()
@@ -107,6 +112,42 @@ void TestServiceMessages::refusesWhatIsNotJson()
 {
     QFETCH(QByteArray, body);
     QVERIFY(!parseVersionReply(body));
+}
+
+void TestServiceMessages::reportsUsage_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::newRow("a hardware address") << "3C22FB010203";
+    QTest::newRow("no network interface") << "";
+}
+
+void TestServiceMessages::reportsUsage()
+{
+    QFETCH(QString, address);
+    const QByteArray body = R"({"act_code":"0","all_proid":"0","app_name":"glow","app_var":"1.2",)"
+                            R"("cd":"","ct":"end","mac_code":")"
+        + address.toLatin1() + R"(","st":"start","var":"1.2"})";
+    QCOMPARE(usageBody({"glow", "1.2", address, "start", "end"}), body);
+    const QNetworkRequest request = usageRequest("h:8080");
+    QCOMPARE(request.url(), QUrl("http://h:8080/activate.php"));
+    QCOMPARE(request.rawHeaderList(), QList<QByteArray>{"Content-Type"});
+    QCOMPARE(request.rawHeader("Content-Type"), QByteArray("application/json"));
+}
+
+void TestServiceMessages::joinsMessageAndContact()
+{
+    const QByteArray separator = "\r\n \xe8\x81\x94\xe7\xb3\xbb\xe6\x96\xb9\xe5\xbc\x8f:";
+    QCOMPARE(feedbackText({}, {}), separator);
+    QCOMPARE(feedbackText("%1", "%2"), "%1" + separator + "%2");
+}
+
+void TestServiceMessages::signsFeedback()
+{
+    const QNetworkRequest request = feedbackRequest("h:8080", "X", "1.2.3");
+    QCOMPARE(request.url(), QUrl("http://h:8080/app/logupload.php"));
+    QCOMPARE(request.rawHeaderList(), (QList<QByteArray>{"User-Agent", "Accept"}));
+    QCOMPARE(request.rawHeader("User-Agent"), QByteArray("X/1.2.3"));
+    QCOMPARE(request.rawHeader("Accept"), QByteArray("*/*"));
 }
 
 QTEST_GUILESS_MAIN(TestServiceMessages)
