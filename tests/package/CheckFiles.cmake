@@ -7,6 +7,7 @@ foreach(needed
     include/LibCorvane/ConfigurationManager.h
     include/LibCorvane/Export.h
     include/LibCorvane/FeedbackManager.h
+    include/LibCorvane/NetRCManager.h
     include/LibCorvane/audioCapturers/IAudioCapture.h
     include/LibCorvane/audioCapturers/AudioCapManagerMac.h
     include/LibCorvane/audioCapturers/FFMpegAudioCapture.h

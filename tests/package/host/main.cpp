@@ -1,6 +1,7 @@
 #include <LibCorvane/AVAVFoundationFactory.h>
 #include <LibCorvane/ConfigurationManager.h>
 #include <LibCorvane/FeedbackManager.h>
+#include <LibCorvane/NetRCManager.h>
 #include <LibCorvane/audioCapturers/AudioCapManagerMac.h>
 #include <LibCorvane/audioCapturers/FFMpegAudioCapture.h>
 #include <LibCorvane/audioCapturers/IAudioCapture.h>
@@ -113,6 +114,14 @@ bool ffmpegIsReached()
     return reader.nextFrame().empty() && sound.nextFrame();
 }
 
+bool serviceIsConfigured()
+{
+    const NetRCManager manager(nullptr);
+    NetRCManager::setServiceHost("127.0.0.1:1");
+    return NetRCManager::serviceHost() == "127.0.0.1:1" && compareVersion("1.10", "1.9")
+        && convertDateMacro("Mar 14 2024") == QDate(2024, 3, 14);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -127,5 +136,6 @@ int main(int argc, char **argv)
     failures += check(displaysAreListed(), "the displays are listed");
     failures += check(framesAreMatrices(), "frames are matrices of OpenCV");
     failures += check(ffmpegIsReached(), "FFmpeg's devices are asked for");
+    failures += check(serviceIsConfigured(), "the service's client works");
     return failures;
 }

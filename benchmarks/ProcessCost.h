@@ -1,0 +1,28 @@
+#ifndef CORVANE_BENCHMARKS_PROCESSCOST_H
+#define CORVANE_BENCHMARKS_PROCESSCOST_H
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+namespace corvane::bench {
+
+/// What a program has cost from its start to its end, with the programs that it has started.
+struct ProcessCost {
+    double seconds;
+    double processorSeconds;
+    /// Of the largest of them.
+    double peakMebibytes;
+};
+
+/// Runs a program and drops what it prints; throws std::runtime_error when it fails.
+ProcessCost costOf(const QStringList &command);
+
+/// "least (median)" of one of the figures.
+QString leastAndMedian(const std::vector<ProcessCost> &costs, double ProcessCost::*figure,
+                       int digits);
+
+} // namespace corvane::bench
+
+#endif
