@@ -75,27 +75,40 @@ void save(const LatestVersion &latest)
     configuration->saveGlobalValues();
 }
 
-/// Hashes exactly what was written. False when that is not everything; the file knows why.
-bool append(const QByteArray &bytes, QFile &installer, QCryptographicHash &hash)
-{
-    qint64 done = 0;
-    while (done < bytes.size()) {
-        const char *rest = bytes.constData() + done;
-        const qint64 written = installer.write(rest, bytes.size() - done);
-        if (written <= 0)
-            return false;
-        hash.addData(rest, int(written));
-        done += written;
-    }
-    return true;
-}
+/// An installer on its way. File and reply are children of the manager.
+struct Download {
+    QString path;
+    QPointer<QNetworkReply> reply;
+    QPointer<QFile> file;
+    QCryptographicHash hash{QCryptographicHash::Sha256};
 
-/// False when the system has lost what it took before.
-bool close(QFile &installer)
-{
-    installer.close();
-    return installer.error() == QFileDevice::NoError;
-}
+    bool isThere() const { return reply && file; }
+
+    /// Hashes exactly what was written. False when that is not everything; the file knows why.
+    bool append(const QByteArray &bytes)
+    {
+        qint64 done = 0;
+        while (done < bytes.size()) {
+            const char *rest = bytes.constData() + done;
+            const qint64 written = file->write(rest, bytes.size() - done);
+            if (written <= 0)
+                return false;
+            hash.addData(rest, int(written));
+            done += written;
+        }
+        return true;
+    }
+
+    /// False when the system has lost what it took before.
+    bool close() const
+    {
+        file->close();
+        return file->error() == QFileDevice::NoError;
+    }
+
+    /// In hexadecimal capitals.
+    QString digest() const { return QString::fromLatin1(hash.result().toHex().toUpper()); }
+};
 
 } // namespace
 
@@ -159,65 +172,67 @@ void NetRCManager::checkVersion()
 
 void NetRCManager::downloadLatestApp()
 {
-    const QString path = installerPath();
-    const QPointer<QFile> file = new QFile(path, this);
+    const auto download = QSharedPointer<Download>::create();
+    download->path = installerPath();
+    auto file = std::make_unique<QFile>(download->path, this);
     if (!file->open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         qWarning() << "An error occurred when trying to create the installation file"
                    << file->errorString();
-        delete file;
         return;
     }
-    const auto hash = QSharedPointer<QCryptographicHash>::create(QCryptographicHash::Sha256);
-    const QPointer<QNetworkReply> reply = m_network.get(QNetworkRequest(QUrl(m_downloadUrl)));
+    download->file = file.release();
+    QNetworkReply *reply = m_network.get(QNetworkRequest(QUrl(m_downloadUrl)));
     reply->setReadBufferSize(kReadBufferBytes); // at once: Qt lends for good what came before
     reply->setParent(this);
+    download->reply = reply;
 
-    const auto receive = [reply, file, hash] {
-        if (!reply) {
+    const auto receive = [download] {
+        if (!download->reply) {
             qCritical() << "The QNetworkReply object has been null when reading some new data";
             return;
         }
-        const QByteArray bytes = reply->readAll(); // in any case: a full buffer stops the transfer
-        if (!file) {
+        // In any case: a full buffer stops the transfer.
+        const QByteArray bytes = download->reply->readAll();
+        if (!download->file) {
             qCritical() << "The QFile object has been null when reading some new data";
             return;
         }
-        if (append(bytes, *file, *hash))
+        if (download->append(bytes))
             return;
-        qWarning() << kUnwritten << file->errorString();
-        reply->abort();
+        qWarning() << kUnwritten << download->file->errorString();
+        download->reply->abort();
     };
     connect(reply, &QNetworkReply::readyRead, this, receive);
-    connect(reply, &QNetworkReply::finished, this, [this, reply, file, hash, path, receive] {
-        if (reply && file && reply->bytesAvailable() > 0)
-            receive();
-        if (!reply || !file)
+    connect(reply, &QNetworkReply::finished, this, [this, download, receive] {
+        if (!download->isThere())
             return;
-        const bool isKept = close(*file);
+        if (download->reply->bytesAvailable() > 0)
+            receive();
+        const bool isKept = download->close();
         if (!isKept)
-            qWarning() << kUnwritten << file->errorString();
-        const bool hasFailed = reply->error() != QNetworkReply::NoError;
-        file->deleteLater();
-        reply->deleteLater();
-        const QString digest = QString::fromLatin1(hash->result().toHex().toUpper());
+            qWarning() << kUnwritten << download->file->errorString();
+        const bool hasFailed = download->reply->error() != QNetworkReply::NoError;
+        download->file->deleteLater();
+        download->reply->deleteLater();
+        const QString digest = download->digest();
         const QString announced = m_installerDigest.toUpper();
         qDebug() << digest << announced;
         if (!isKept || hasFailed || digest != announced) {
             qWarning() << "The md5 of the new installation file is wrong";
-            QFile::remove(path);
+            QFile::remove(download->path);
             return;
         }
         qInfo() << "The new installation file has been downloaded";
-        const ReplyShelter shelter(reply);
-        emit newInstallationFileDownloaded(path);
+        const ReplyShelter shelter(download->reply);
+        emit newInstallationFileDownloaded(download->path);
     });
-    connect(reply, &QNetworkReply::errorOccurred, this, [reply, file, path] {
-        qWarning() << "Error:" << (reply ? reply->errorString() : QString());
-        if (!reply || !file)
+    connect(reply, &QNetworkReply::errorOccurred, this, [reply, download] {
+        qWarning() << "Error:" << reply->errorString();
+        if (!download->isThere())
             return;
-        deleteOnceFinished(file, reply);
+        deleteOnceFinished(download->file, reply);
         deleteOnceFinished(reply, reply);
-        QFile::remove(path);
+        QFile::remove(download->path);
     });
 }
 
@@ -250,7 +265,7 @@ void NetRCManager::sendFeedback(QPointer<FeedbackManager> feedback, std::functio
     form.release()->setParent(reply);
 
     connect(reply, &QNetworkReply::errorOccurred, this,
-            [reply, onError](QNetworkReply::NetworkError code) {
+            [reply, onError = std::move(onError)](QNetworkReply::NetworkError code) {
                 if (!reply)
                     return;
                 qWarning() << "An error occurred while uploading the feedback"
@@ -260,7 +275,7 @@ void NetRCManager::sendFeedback(QPointer<FeedbackManager> feedback, std::functio
                     onError(code);
                 deleteOnceFinished(reply, reply);
             });
-    connect(reply, &QNetworkReply::finished, this, [reply, onSent] {
+    connect(reply, &QNetworkReply::finished, this, [reply, onSent = std::move(onSent)] {
         if (!reply)
             return;
         qDebug() << reply->readAll();
@@ -273,17 +288,18 @@ void NetRCManager::sendFeedback(QPointer<FeedbackManager> feedback, std::functio
 
 void NetRCManager::uploadAppOnOffTime(QString startTime, QString closeTime)
 {
-    const QByteArray body =
-        usageBody({executableName(), QCoreApplication::applicationVersion(),
-                   HardwareInfo::getMacStr(QStringLiteral("0")), startTime, closeTime});
+    const UsageReport report{executableName(), QCoreApplication::applicationVersion(),
+                             HardwareInfo::getMacStr(QStringLiteral("0")), std::move(startTime),
+                             std::move(closeTime)};
+    const QByteArray body = usageBody(report);
     qInfo() << "[NetRCManager]: Prepare to upload to AppOnOffTime to the server, startTime: "
-            << startTime << ", clostTime: " << closeTime;
+            << report.startTime << ", clostTime: " << report.closeTime;
     const QPointer<QNetworkReply> reply = m_network.post(usageRequest(serviceHost()), body);
     connect(reply, &QNetworkReply::finished, this, [reply] {
         qInfo() << "[NetRCManager]: uploadAppOnOffTime  server reply: " << reply->error();
         reply->deleteLater();
     });
-    if (closeTime.isEmpty())
+    if (report.closeTime.isEmpty())
         return;
     // Not exec(), which returns at once when the application has been told to quit: the report is
     // to be delivered before that. The reply is gone when this object is.
@@ -292,6 +308,7 @@ void NetRCManager::uploadAppOnOffTime(QString startTime, QString closeTime)
         loop.processEvents(QEventLoop::WaitForMoreEvents);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the versions by value.
 bool compareVersion(QString a, QString b)
 {
     const QStringList left = a.split(u'.');
