@@ -23,9 +23,8 @@ QUrl installerUrl()
 
 } // namespace
 
-InstallerDownload::InstallerDownload(NetRCManager &client, QObject *parent)
-    : QObject(parent)
-    , m_client(client)
+InstallerDownload::InstallerDownload(NetRCManager &client)
+    : m_client(client)
 {
     connect(&m_everyMoment, &QTimer::timeout, this, &InstallerDownload::look);
     connect(&m_client, &NetRCManager::newInstallationFileDownloaded, this,

@@ -15,7 +15,7 @@ class InstallerDownload : public QObject {
     Q_OBJECT
 public:
     /// \param client outlives the download.
-    explicit InstallerDownload(NetRCManager &client, QObject *parent = nullptr);
+    explicit InstallerDownload(NetRCManager &client);
 
     /// Does nothing while one is running: there is but one file.
     void start();

@@ -6,7 +6,6 @@
 namespace {
 
 constexpr int kLookEveryMs = 100;
-constexpr int kPatienceMs = 10000;
 const char kVersionKey[] = "latestVerion.version";
 
 QJsonValue heardVersion()
@@ -21,9 +20,9 @@ void forgetVersion()
 
 } // namespace
 
-UpdateCheck::UpdateCheck(NetRCManager &client, QObject *parent)
-    : QObject(parent)
-    , m_client(client)
+UpdateCheck::UpdateCheck(NetRCManager &client, int patienceMs)
+    : m_client(client)
+    , m_patienceMs(patienceMs)
 {
     connect(&m_everyMoment, &QTimer::timeout, this, &UpdateCheck::look);
     connect(&m_client, &NetRCManager::hasNewAppVersion, this, [this] {
@@ -45,7 +44,7 @@ void UpdateCheck::look()
     if (heardVersion().isString()) {
         end();
         emit foundNone(heardVersion().toString());
-    } else if (m_sinceStart.hasExpired(kPatienceMs)) {
+    } else if (m_sinceStart.hasExpired(m_patienceMs)) {
         end();
         emit failed();
     }

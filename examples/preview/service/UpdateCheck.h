@@ -15,7 +15,8 @@ class UpdateCheck : public QObject {
     Q_OBJECT
 public:
     /// \param client outlives the check.
-    explicit UpdateCheck(NetRCManager &client, QObject *parent = nullptr);
+    /// \param patienceMs how long to wait for an answer.
+    explicit UpdateCheck(NetRCManager &client, int patienceMs = 10000);
 
     /// Begins anew when a check is running.
     void start();
@@ -33,6 +34,7 @@ private:
     void end();
 
     NetRCManager &m_client;
+    const int m_patienceMs;
     QTimer m_everyMoment;
     QElapsedTimer m_sinceStart;
 };
