@@ -16,8 +16,9 @@ struct ProcessCost {
     double peakMebibytes;
 };
 
-/// Runs a program and drops what it prints; throws std::runtime_error when it fails.
-ProcessCost costOf(const QStringList &command);
+/// Runs a program, in another working folder if one is named, and drops what it prints; throws
+/// std::runtime_error when it fails.
+ProcessCost costOf(const QStringList &command, const QString &folder = QString());
 
 /// "least (median)" of one of the figures.
 QString leastAndMedian(const std::vector<ProcessCost> &costs, double ProcessCost::*figure,

@@ -1,5 +1,7 @@
 // What a feedback package of 100 MB costs: time, processor time and peak memory of a process that
 // does nothing else, beside "zip -6" on the same files.
+#include "ProcessCost.h"
+
 #include <LibCorvane/ConfigurationManager.h>
 #include <LibCorvane/FeedbackManager.h>
 
@@ -11,23 +13,16 @@
 #include <QTemporaryDir>
 #include <QTextStream>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
 #include <random>
 #include <stdexcept>
 #include <vector>
 
+using namespace corvane::bench;
+
 namespace {
 
 constexpr int kMegabyte = 1000000;
-
-class Failure : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 /// As many files as the package takes of each kind, with 100 MB in all.
 struct Kind {
@@ -75,7 +70,7 @@ void write(const QString &path, const QByteArray &bytes)
     QFile file(path);
     if (!QDir().mkpath(QFileInfo(path).path()) || !file.open(QIODevice::WriteOnly)
         || file.write(bytes) != bytes.size())
-        throw Failure("cannot write " + path.toStdString());
+        throw std::runtime_error("cannot write " + path.toStdString());
 }
 
 /// The names of all files, relative to the data root.
@@ -90,45 +85,6 @@ QStringList makeFiles(const QDir &root)
         }
     }
     return names;
-}
-
-struct Cost {
-    double seconds;
-    double processor;
-    double megabytes;
-};
-
-double seconds(const timeval &time)
-{
-    return double(time.tv_sec) + double(time.tv_usec) / 1e6;
-}
-
-/// Runs a program to its end, in a folder.
-Cost costOf(const QString &folder, const QStringList &command)
-{
-    std::vector<QByteArray> words;
-    for (const QString &word : command)
-        words.push_back(QFile::encodeName(word));
-    std::vector<char *> arguments;
-    for (QByteArray &word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    const QByteArray place = QFile::encodeName(folder);
-
-    const auto begin = std::chrono::steady_clock::now();
-    const pid_t process = fork();
-    if (process == 0) {
-        if (chdir(place.constData()) == 0)
-            execvp(arguments[0], arguments.data());
-        _exit(127);
-    }
-    int status = -1;
-    rusage usage{};
-    if (process < 0 || wait4(process, &status, 0, &usage) != process || status != 0)
-        throw Failure(command.first().toStdString() + " failed");
-    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-    return {time.count(), seconds(usage.ru_utime) + seconds(usage.ru_stime),
-            double(usage.ru_maxrss) * 1024 / 1e6};
 }
 
 /// What this program is started anew for.
@@ -150,36 +106,26 @@ def files(path):
 assert files(sys.argv[1]) == files(sys.argv[2])
 )";
     if (QProcess::execute("python3", {"-c", script, ours, theirs}) != 0)
-        throw Failure("the packages differ");
+        throw std::runtime_error("the packages differ");
 }
 
 struct Way {
     QString name;
     QStringList command;
     QString package;
-    std::vector<Cost> costs;
+    std::vector<ProcessCost> costs;
 };
-
-QString text(const Way &way, double Cost::*value, int digits)
-{
-    std::vector<double> values;
-    for (const Cost &cost : way.costs)
-        values.push_back(cost.*value);
-    std::sort(values.begin(), values.end());
-    return QString("%1 (%2)")
-        .arg(values.front(), 0, 'f', digits)
-        .arg(values[values.size() / 2], 0, 'f', digits);
-}
 
 void print(const std::vector<Way> &ways, int repetitions)
 {
     QTextStream out(stdout);
     out << "Least of " << repetitions << " repetitions and (their median).\n\n"
-        << "| | time, s | processor time, s | peak memory, MB | package, MB |\n"
+        << "| | time, s | processor time, s | peak memory, MiB | package, MB |\n"
         << "|---|---|---|---|---|\n";
     for (const Way &way : ways)
-        out << "| " << way.name << " | " << text(way, &Cost::seconds, 2) << " | "
-            << text(way, &Cost::processor, 2) << " | " << text(way, &Cost::megabytes, 1) << " | "
+        out << "| " << way.name << " | " << leastAndMedian(way.costs, &ProcessCost::seconds, 2)
+            << " | " << leastAndMedian(way.costs, &ProcessCost::processorSeconds, 2) << " | "
+            << leastAndMedian(way.costs, &ProcessCost::peakMebibytes, 1) << " | "
             << QString::number(double(QFileInfo(way.package).size()) / 1e6, 'f', 1) << " |\n";
 }
 
@@ -202,7 +148,7 @@ void measure(int repetitions)
     for (int repetition = 0; repetition <= repetitions; ++repetition) {
         for (Way &way : ways) {
             QFile::remove(way.package);
-            const Cost cost = costOf(root, way.command);
+            const ProcessCost cost = costOf(way.command, root);
             if (repetition > 0)
                 way.costs.push_back(cost);
         }
@@ -227,7 +173,7 @@ int main(int argc, char **argv)
             pack(paths[0], paths[1]);
         else
             measure(std::max(1, parser.value("repetitions").toInt()));
-    } catch (const Failure &failure) {
+    } catch (const std::runtime_error &failure) {
         QTextStream(stderr) << failure.what() << '\n';
         return 1;
     }

@@ -1,4 +1,5 @@
 #include <support/ConfigurationSupport.h>
+#include <support/EffectFiles.h>
 #include <support/PythonJson.h>
 
 #include <LibCorvane/ConfigurationManager.h>
@@ -46,10 +47,9 @@ const QByteArray kNoFile = "(no file)";
 } // namespace
 
 // One object per process: each test uses controllers and effects of its own.
-class TestEffectConfiguration : public QObject {
+class TestEffectConfiguration : public QObject, private EffectFiles {
     Q_OBJECT
 private slots:
-    void initTestCase();
     void init();
 
     void givesTheObjectOfAController();
@@ -66,37 +66,11 @@ private slots:
 
     void savesOnlyWhenAsked();
     void signalsNothing();
-
-private:
-    QString file(const QString &name) const { return m_root + '/' + name; }
-    QString defaults() const { return m_directory.filePath("defaults.json"); }
-    /// The object of the effect of this test and data row, new and empty.
-    QJsonObject &freshEffect();
-
-    QTemporaryDir m_directory;
-    QString m_root;
-    QString m_effect;
-    int m_effects = 0;
 };
-
-void TestEffectConfiguration::initTestCase()
-{
-    QVERIFY(m_directory.isValid());
-    m_root = m_directory.filePath("root");
-    Manager::setConfigPath(m_root);
-    QCOMPARE(manager()->configPath(), m_root);
-}
 
 void TestEffectConfiguration::init()
 {
-    m_effect = "effect " + QString::number(++m_effects);
-    QFile::remove(defaults());
-}
-
-QJsonObject &TestEffectConfiguration::freshEffect()
-{
-    writeBytes(file("effects/" + m_effect + ".json"), "{}");
-    return manager()->effectJsonObj(m_effect);
+    takeNextEffect();
 }
 
 void TestEffectConfiguration::givesTheObjectOfAController()

@@ -1,6 +1,7 @@
 // Settings of an effect that are read from a file of defaults.
 
 #include <support/ConfigurationSupport.h>
+#include <support/EffectFiles.h>
 
 #include <LibCorvane/ConfigurationManager.h>
 
@@ -53,10 +54,9 @@ QString succeeded(const QString &path)
 } // namespace
 
 // One object per process: each test uses effects of its own.
-class TestEffectDefaults : public QObject {
+class TestEffectDefaults : public QObject, private EffectFiles {
     Q_OBJECT
 private slots:
-    void initTestCase();
     void init();
 
     void readsNoDefaultsWhileTheSettingIsThere_data();
@@ -68,37 +68,11 @@ private slots:
     void keepsTheOtherGroupsOfTheEffect();
     void takesTheDefaultPathAsItIs();
     void logsWhatTheCallerWrote();
-
-private:
-    QString file(const QString &name) const { return m_root + '/' + name; }
-    QString defaults() const { return m_directory.filePath("defaults.json"); }
-    /// The object of the effect of this test and data row, new and empty.
-    QJsonObject &freshEffect();
-
-    QTemporaryDir m_directory;
-    QString m_root;
-    QString m_effect;
-    int m_effects = 0;
 };
-
-void TestEffectDefaults::initTestCase()
-{
-    QVERIFY(m_directory.isValid());
-    m_root = m_directory.filePath("root");
-    Manager::setConfigPath(m_root);
-    QCOMPARE(manager()->configPath(), m_root);
-}
 
 void TestEffectDefaults::init()
 {
-    m_effect = "effect " + QString::number(++m_effects);
-    QFile::remove(defaults());
-}
-
-QJsonObject &TestEffectDefaults::freshEffect()
-{
-    writeBytes(file("effects/" + m_effect + ".json"), "{}");
-    return manager()->effectJsonObj(m_effect);
+    takeNextEffect();
 }
 
 void TestEffectDefaults::readsNoDefaultsWhileTheSettingIsThere_data()

@@ -1,6 +1,7 @@
 // Reading and setting single settings of an effect.
 
 #include <support/ConfigurationSupport.h>
+#include <support/EffectFiles.h>
 #include <support/PythonJson.h>
 
 #include <LibCorvane/ConfigurationManager.h>
@@ -34,10 +35,9 @@ QJsonObject parsed(const char *text)
 } // namespace
 
 // One object per process: each test and each data row uses an effect of its own.
-class TestEffectSettings : public QObject {
+class TestEffectSettings : public QObject, private EffectFiles {
     Q_OBJECT
 private slots:
-    void initTestCase();
     void init();
 
     void readsASetting_data();
@@ -54,28 +54,13 @@ private slots:
     void readsBackWhatItSets();
 
 private:
-    QString file(const QString &name) const { return m_root + '/' + name; }
-
-    QTemporaryDir m_directory;
-    QString m_root;
-    QString m_effect;
     QJsonObject *m_object = nullptr;
-    int m_effects = 0;
 };
-
-void TestEffectSettings::initTestCase()
-{
-    QVERIFY(m_directory.isValid());
-    m_root = m_directory.filePath("root");
-    Manager::setConfigPath(m_root);
-    QCOMPARE(manager()->configPath(), m_root);
-}
 
 void TestEffectSettings::init()
 {
-    m_effect = "effect " + QString::number(++m_effects);
-    writeBytes(file("effects/" + m_effect + ".json"), "{}");
-    m_object = &manager()->effectJsonObj(m_effect);
+    takeNextEffect();
+    m_object = &freshEffect();
     QVERIFY(m_object->isEmpty());
 }
 
