@@ -200,7 +200,7 @@ int avformat_open_input(AVFormatContext **context, const char *url, const AVInpu
     if (script.whileOpening)
         script.whileOpening();
     if (script.openError != 0) {
-        avformat_free_context(*context); // as the real one does
+        REAL(avformat_free_context)(*context); // as the real one does
         *context = nullptr;
         return script.openError;
     }

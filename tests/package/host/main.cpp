@@ -101,7 +101,7 @@ public:
     cv::Mat nextFrame() override
     {
         const QImage image = resize(decodedFrame().get());
-        return {image.height(), image.width(), CV_8UC4};
+        return cv::Mat(image.height(), image.width(), CV_8UC4);
     }
 };
 
