@@ -89,7 +89,8 @@ private slots:
     void cleanup();
     void offersANewerVersionAndDownloadsIt();
     void showsHowFarTheDownloadIs();
-    void tellsOfAnOlderVersion();
+    void tellsThatThereIsNoNewerVersion_data();
+    void tellsThatThereIsNoNewerVersion();
     void tellsOfADownloadThatIsNotWhatWasAnnounced();
     void tellsOfADownloadBeforeAnyAnnouncement();
     void givesUpWaitingForAnAnswer_data();
@@ -161,12 +162,20 @@ void TestPreviewService::showsHowFarTheDownloadIs()
     QTRY_VERIFY(desk.text().startsWith("The verified installer"));
 }
 
-void TestPreviewService::tellsOfAnOlderVersion()
+void TestPreviewService::tellsThatThereIsNoNewerVersion_data()
 {
-    m_server->answer("/update_check.php", {ok(versionReply("0.5"))});
+    QTest::addColumn<QString>("version");
+    QTest::newRow("the service has an older one") << "0.5";
+    QTest::newRow("the service has the running one") << "1.0";
+}
+
+void TestPreviewService::tellsThatThereIsNoNewerVersion()
+{
+    QFETCH(QString, version);
+    m_server->answer("/update_check.php", {ok(versionReply(version))});
     Desk desk;
     desk.choose(Check);
-    QTRY_COMPARE(desk.text(), QString("This version is newer than the service's, 0.5."));
+    QTRY_COMPARE(desk.text(), "There is no newer version; the service has " + version + '.');
     QVERIFY(desk.offer()->isHidden());
 }
 

@@ -45,7 +45,7 @@ void ServiceDesk::connectCheck()
                     QStringLiteral("Download"));
     });
     connect(&m_check, &UpdateCheck::foundNone, this, [this](const QString &version) {
-        m_bar.say(QStringLiteral("This version is newer than the service's, %1.").arg(version));
+        m_bar.say(QStringLiteral("There is no newer version; the service has %1.").arg(version));
     });
     connect(&m_check, &UpdateCheck::failed, this, [this] {
         m_bar.say(QStringLiteral("There is no answer from %1.").arg(NetRCManager::serviceHost()));

@@ -3,6 +3,8 @@
 #include <LibCorvane/ConfigurationManager.h>
 #include <LibCorvane/NetRCManager.h>
 
+#include <QCoreApplication>
+
 namespace {
 
 constexpr int kLookEveryMs = 100;
@@ -27,7 +29,13 @@ UpdateCheck::UpdateCheck(NetRCManager &client, int patienceMs)
     connect(&m_everyMoment, &QTimer::timeout, this, &UpdateCheck::look);
     connect(&m_client, &NetRCManager::hasNewAppVersion, this, [this] {
         end();
-        emit found(heardVersion().toString());
+        const QString version = heardVersion().toString();
+        // The library announces the running version, too.
+        const bool isNewer = compareVersion(version, QCoreApplication::applicationVersion());
+        if (isNewer)
+            emit found(version);
+        else
+            emit foundNone(version);
     });
 }
 

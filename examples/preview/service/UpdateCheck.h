@@ -24,7 +24,7 @@ public:
 signals:
     /// This version can be downloaded.
     void found(const QString &version);
-    /// The service's version is older than the running one.
+    /// The service's version is the running one or an older one.
     void foundNone(const QString &version);
     /// There is no answer, or none that can be read.
     void failed();
