@@ -29,25 +29,38 @@ QString hex(QRgb colour)
 
 QString windowStyle()
 {
-    return QStringLiteral("PreviewWindow { background: %1; }"
-                          "QLabel, QComboBox, QPushButton { color: %2; font-size: 13px; }"
-                          "QLabel#title { font-size: 18px; font-weight: bold; }"
-                          "QLabel#value { font-size: 22px; }"
-                          "QLabel#caption, QLabel#subtitle { color: %3; font-size: 11px; }"
-                          "QLabel#trouble { color: %4; }"
-                          "QComboBox, ModeSwitch { background: %5; border: 1px solid %6;"
-                          "  border-radius: 6px; }"
-                          "QComboBox { padding: 6px 12px; }"
-                          "QComboBox:disabled { color: %3; }"
-                          "QComboBox::drop-down { border: none; width: 28px; }"
-                          "QComboBox QAbstractItemView { background: %5; color: %2;"
-                          "  selection-background-color: %6; }"
-                          "QPushButton { background: transparent; border: none;"
-                          "  border-radius: 4px; padding: 4px 14px; color: %3; }"
-                          "QPushButton:checked { background: %6; color: %2; }"
-                          "QPushButton:focus { color: %2; }")
+    return QStringLiteral(
+               "PreviewWindow, QDialog { background: %1; }"
+               "QLabel, QComboBox, QPushButton, QMenu, QLineEdit, QPlainTextEdit, QListWidget"
+               "  { color: %2; font-size: 13px; }"
+               "QLabel#title { font-size: 18px; font-weight: bold; }"
+               "QLabel#value { font-size: 22px; }"
+               "QLabel#caption, QLabel#subtitle { color: %3; font-size: 11px; }"
+               "QLabel#trouble { color: %4; }"
+               "QComboBox, ModeSwitch, QMenu, QLineEdit, QPlainTextEdit, QListWidget, QProgressBar"
+               "  { background: %5; border: 1px solid %6; border-radius: 6px; }"
+               "QComboBox { padding: 6px 12px; }"
+               "QComboBox:disabled { color: %3; }"
+               "QComboBox::drop-down { border: none; width: 28px; }"
+               "QComboBox QAbstractItemView { background: %5; color: %2;"
+               "  selection-background-color: %6; }"
+               "QLineEdit, QPlainTextEdit, QListWidget { padding: 4px;"
+               "  selection-background-color: %6; }"
+               "QMenu::item { padding: 6px 24px; }"
+               "QMenu::item:selected { background: %6; }"
+               "QProgressBar { min-height: 6px; max-height: 6px; border-radius: 4px; }"
+               "QProgressBar::chunk { background: %7; border-radius: 3px; }"
+               "QPushButton { background: transparent; border: none;"
+               "  border-radius: 4px; padding: 4px 14px; color: %3; }"
+               "QPushButton:checked { background: %6; color: %2; }"
+               "QPushButton:focus { color: %2; }"
+               "ServiceMenu, ServiceBar QPushButton, QDialog QPushButton { background: %5;"
+               "  border: 1px solid %6; border-radius: 6px; padding: 6px 12px; color: %2; }"
+               "ServiceMenu { padding-right: 28px; }"
+               "ServiceMenu::menu-indicator { subcontrol-position: right center; right: 10px; }"
+               "QDialog QPushButton:disabled { color: %3; }")
         .arg(hex(theme::kGround), hex(theme::kText), hex(theme::kQuietText), hex(theme::kMeterHigh),
-             hex(theme::kPanel), hex(theme::kLine));
+             hex(theme::kPanel), hex(theme::kLine), hex(theme::kLeft));
 }
 
 QLabel *makeLabel(const QString &text, const QString &role, QWidget *parent)
