@@ -16,7 +16,6 @@
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QPointer>
-#include <QSharedPointer>
 #include <QStringList>
 
 #include <algorithm>
@@ -172,7 +171,7 @@ void NetRCManager::checkVersion()
 
 void NetRCManager::downloadLatestApp()
 {
-    const auto download = QSharedPointer<Download>::create();
+    const auto download = std::make_shared<Download>();
     download->path = installerPath();
     auto file = std::make_unique<QFile>(download->path, this);
     if (!file->open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
