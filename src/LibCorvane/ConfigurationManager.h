@@ -312,9 +312,8 @@ public:
     ///        A name with a NUL gets no file.
     /// \param height keys on each of the two vertical sides.
     /// \param width keys along the top.
-    /// \param bottom keys along the bottom; often fewer than \p width, which leaves a gap before
-    /// the
-    ///        bottom-left corner.
+    /// \param bottom keys along the bottom; often fewer than \p width, which leaves a gap
+    ///        before the bottom-left corner.
     static void generateControllerConfig(QString name, int height, int width, int bottom);
 
     /// The data root for an object that is still to be made; empty for the default location. Set

@@ -19,31 +19,31 @@ QT_END_NAMESPACE
 /// object.
 ///
 /// \par Files
-/// | below the data root                     | content                         | written by |
-/// |-----------------------------------------|---------------------------------|----------------------|
-/// | contact information + ".txt"            | the user's message, UTF-8       | setUserMsg() | |
-/// Corvane_ + MAC + "_" + time + ".zip"    | the package                     | zipFeedbackFile() |
-/// | ips/                                    | copies of system crash reports  |
-/// copyAppleCrashLogs() | | global.json, value "userContactInfo"    | the contact information |
-/// setUserContactInfo() |
+/// | below the data root                  | content                        | written by |
+/// |--------------------------------------|--------------------------------|------------|
+/// | contact information + ".txt"         | the user's message, UTF-8      | setUserMsg() |
+/// | Corvane_ + MAC + "_" + time + ".zip" | the package                    | zipFeedbackFile() |
+/// | ips/                                 | copies of system crash reports | copyAppleCrashLogs() |
+/// | "userContactInfo" in global.json     | the contact information        | setUserContactInfo() |
 ///
 /// Nothing of this is removed here: clearing up is the host's, once a report is sent.
 ///
 /// \par The package
 /// Its entries, in this order:
 ///
-/// | entries                                                                  | at most           |
-/// |--------------------------------------------------------------------------|-------------------|
-/// | controllers/, dumps/, effects/, logs/, logs/devices/, logs/usrOptions/, capturerScreenshot/ |
-/// always these seven, also without such a folder | | global.json |                   | | all files
-/// below controllers, hidden ones and sub-folders included        |                   | | all files
-/// below effects, likewise                                        |                   | | the
-/// message file, unless the contact information is empty                |                   | |
-/// *.log in logs                                                            | the newest 30     |
-/// | *.log in logs/devices                                                    | the newest 30     |
-/// | *.log in logs/usrOptions                                                 | the newest 20     |
-/// | *.png in capturerScreenshot                                              | the newest 20     |
-/// | *.dmp in dumps                                                           | the newest 256    |
+/// | entries                                                                | at most          |
+/// |------------------------------------------------------------------------|------------------|
+/// | controllers/, dumps/, effects/, logs/, logs/devices/,                  |                  |
+/// | logs/usrOptions/, capturerScreenshot/                                  | always all seven |
+/// | global.json                                                            |                  |
+/// | all files below controllers, hidden ones and sub-folders included      |                  |
+/// | all files below effects, likewise                                      |                  |
+/// | the message file, unless the contact information is empty              |                  |
+/// | *.log in logs                                                          | the newest 30    |
+/// | *.log in logs/devices                                                  | the newest 30    |
+/// | *.log in logs/usrOptions                                               | the newest 20    |
+/// | *.png in capturerScreenshot                                            | the newest 20    |
+/// | *.dmp in dumps                                                         | the newest 256   |
 ///
 /// Names are relative to the data root, with "/", in UTF-8. What is missing or cannot be read is
 /// left out without a word. The ips folder and config.json are not packed. See addFileToZip() and

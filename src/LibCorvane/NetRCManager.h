@@ -112,9 +112,8 @@ public:
     /// - the file cannot be written, on a full disk for example: warning "An error occurred when
     ///   trying to write the installation file" reason; the transfer is cancelled, and the lines of
     ///   one that failed follow.
-    /// - somebody deleted the QFile that is this object's child: critical "The QFile object has
-    /// been
-    ///   null when reading some new data" for each piece of the rest. The file stays.
+    /// - somebody deleted the QFile that is this object's child: critical "The QFile object
+    ///   has been null when reading some new data" for each piece of the rest. The file stays.
     void downloadLatestApp();
 
     /// Uploads a feedback package, with the user's message and contact information, as a form.

@@ -56,9 +56,8 @@ public:
     /// \returns true when sound is on its way. False after a failure, which is logged as critical
     /// with its OSStatus in decimal. What was done before the failure is left as it is until the
     /// destructor or another init() releases it:
-    /// - "[CoreAudioCapture]: Failed to new audio unit instance, errCode" (−50 also where the
-    /// system
-    ///   has no such component)
+    /// - "[CoreAudioCapture]: Failed to new audio unit instance, errCode" (−50 also
+    ///   where the system has no such component)
     /// - "[CoreAudioCapture]: Failed to set the EnableIO property of the audio unit, errCode"
     /// - "[CoreAudioCapture]: Failed to set the callback property of the audio unit, errCode"
     /// - "[CoreAudioCapture]: Failed to set the StreamFormat property of the audio unit, errCode"

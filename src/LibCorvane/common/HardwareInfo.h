@@ -35,9 +35,8 @@ public:
     static QString get_cpuId();
 
     /// Asks the processor's CPUID instruction, sub-leaf 0.
-    /// \param block receives the four result words in the order EAX, EBX, ECX, EDX; all 0 for a
-    /// leaf
-    ///        that the processor does not have. Untouched on other processors than x86.
+    /// \param block receives the four result words in the order EAX, EBX, ECX, EDX; all 0
+    ///        for a leaf that the processor does not have. Untouched on other processors than x86.
     /// \param leaf what to ask for, for example 1 for version and features.
     static void getcpuid(unsigned int *block, unsigned int leaf);
 
