@@ -2,8 +2,8 @@
 
 #include "ControllerLayout_p.h"
 #include "JsonPath_p.h"
+#include "SettingsFile_p.h"
 
-#include <QByteArray>
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -12,10 +12,8 @@
 #include <QJsonParseError>
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <QTextStream>
 
-#include <cerrno>
-#include <optional>
+using namespace corvane;
 
 namespace {
 
@@ -40,9 +38,9 @@ QString effectName(const QString &effect)
     return name.replace(u'.', u'_');
 }
 
-corvane::JsonKeys viewsOf(const QStringList &keys)
+JsonKeys viewsOf(const QStringList &keys)
 {
-    corvane::JsonKeys views;
+    JsonKeys views;
     for (const QString &key : keys)
         views.append(key);
     return views;
@@ -60,72 +58,6 @@ void makeSubDirectories(const QString &root)
     const QDir directory(root);
     for (const char *name : kSubDirectories)
         directory.mkdir(QLatin1String(name));
-}
-
-/// Whether the system would take the path to end early, at a NUL: what stands before may be the
-/// name of another file.
-bool holdsNul(const QString &path)
-{
-    return path.contains(QChar::Null);
-}
-
-QString openError(const QFile &file)
-{
-    return holdsNul(file.fileName()) ? qt_error_string(EINVAL) : file.errorString();
-}
-
-/// False when a write makes no progress; the file knows why.
-bool writeAll(QFile &file, const QByteArray &bytes)
-{
-    qint64 written = 0;
-    while (written < bytes.size()) {
-        const qint64 count = file.write(bytes.constData() + written, bytes.size() - written);
-        if (count <= 0)
-            return false;
-        written += count;
-    }
-    return true;
-}
-
-/// Removes the file, then writes it anew. Returns what went wrong, if anything did.
-std::optional<QString> rewriteFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    if (holdsNul(path))
-        return openError(file);
-    QFile::remove(path);
-    // Unbuffered, so that each error shows at the write that meets it. Truncated for the file that
-    // may be written but not removed: the end of a longer old document must not stay behind.
-    if (!file.open(QIODevice::ReadWrite | QIODevice::Truncate | QIODevice::Unbuffered))
-        return file.errorString();
-    if (!writeAll(file, bytes))
-        return file.errorString();
-    file.close();
-    if (file.error() != QFileDevice::NoError)
-        return file.errorString();
-    return std::nullopt;
-}
-
-QString layoutFolder()
-{
-    // Not to be corrected: this is where hosts look.
-    return QStandardPaths::writableLocation(QStandardPaths::DataLocation)
-        + QLatin1String("/controler_config/");
-}
-
-/// Keeps quiet about failures: the old file stays then, if there was one.
-void writeLayout(const QString &name, const QByteArray &bytes)
-{
-    const QString folder = layoutFolder();
-    const QDir directory(folder);
-    if (!directory.exists())
-        directory.mkpath(QStringLiteral("."));
-    QFile file(folder + name + QLatin1String(".json"));
-    if (holdsNul(name) || !file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
-        return;
-    QTextStream stream(&file);
-    stream.setCodec("utf-8");
-    stream << bytes;
 }
 
 } // namespace
@@ -259,7 +191,7 @@ void ConfigurationManager::setGlobalValue(const QString &path, const QJsonValue 
 
 void ConfigurationManager::setGlobalValue(const QStringList &keys, const QJsonValue &value)
 {
-    corvane::setJsonValueAt(instance()->globalJsonObj(), viewsOf(keys), value);
+    setJsonValueAt(instance()->globalJsonObj(), viewsOf(keys), value);
 }
 
 void ConfigurationManager::setAppConfig(const QString &path, const QJsonValue &value)
@@ -306,17 +238,17 @@ QVariant ConfigurationManager::effectVariant(QString effect, QString group, QStr
 void ConfigurationManager::setEffectJsonValue(QString effect, QString group, QString key,
                                               const QJsonValue &value)
 {
-    corvane::JsonKeys keys{group};
+    JsonKeys keys{group};
     if (!key.isEmpty())
         keys.append(key);
-    corvane::setJsonValueAt(effectJsonObj(effect), keys, value);
+    setJsonValueAt(effectJsonObj(effect), keys, value);
 }
 
 void ConfigurationManager::setEffectVariant(QString effect, QString group, QString key,
                                             QVariant value)
 {
     // An empty key is a key like any other here, unlike in setEffectJsonValue().
-    corvane::setJsonValueAt(effectJsonObj(effect), {group, key}, QJsonValue::fromVariant(value));
+    setJsonValueAt(effectJsonObj(effect), {group, key}, QJsonValue::fromVariant(value));
 }
 
 QJsonValue ConfigurationManager::effectJsonValue(QString effect, QString group, QString key,
@@ -353,30 +285,31 @@ void ConfigurationManager::EnableCleanStartup()
 
 QJsonValue ConfigurationManager::valWithXPath(const QJsonObject &object, const QString &path)
 {
-    return corvane::jsonValueAt(object, path);
+    return jsonValueAt(object, path);
 }
 
 void ConfigurationManager::setValWithXPath(QJsonObject &object, const QString &path,
                                            const QJsonValue &value)
 {
-    corvane::setJsonValueAt(object, corvane::jsonPathKeys(path), value);
+    setJsonValueAt(object, jsonPathKeys(path), value);
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the keys by value.
 QJsonValue ConfigurationManager::setValWithXPath(QJsonObject &object, QStringList keys,
                                                  const QJsonValue &value)
 {
-    corvane::setJsonValueAt(object, viewsOf(keys), value);
+    setJsonValueAt(object, viewsOf(keys), value);
     return object;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the name by value.
 void ConfigurationManager::generateControllerConfig(QString name, int height, int width, int bottom)
 {
-    const corvane::ControllerStrip strip{height, width, bottom};
+    const ControllerStrip strip{height, width, bottom};
     qDebug() << name << " count:" << strip.keyCount() << " height:" << height << " width:" << width;
-    const QJsonObject layout = corvane::controllerLayout(strip);
+    const QJsonObject layout = controllerLayout(strip);
     if (!layout.isEmpty())
-        writeLayout(name.replace(u':', u'_'), QJsonDocument(layout).toJson());
+        writeLayoutFile(name, QJsonDocument(layout).toJson());
 }
 
 bool removeDirectory(const QString &path)

@@ -2,12 +2,12 @@
 
 #include "ConfigurationManager.h"
 #include "FeedbackManager.h"
+#include "InstallerTransfer_p.h"
 #include "ReplyLifetime_p.h"
 #include "ServiceMessages_p.h"
 #include "common/HardwareInfo.h"
 
 #include <QCoreApplication>
-#include <QCryptographicHash>
 #include <QDebug>
 #include <QEventLoop>
 #include <QFile>
@@ -28,9 +28,6 @@ using namespace corvane;
 // Log lines are written within the public operations, lambdas included: their context names them.
 
 namespace {
-
-// What Qt may hold of an installer that arrives faster than it is written.
-constexpr qint64 kReadBufferBytes = 1 << 20;
 
 constexpr const char *kUnwritten = "An error occurred when trying to write the installation file";
 
@@ -73,41 +70,6 @@ void save(const LatestVersion &latest)
     configuration->setGlobalValue(QStringLiteral("latestVerion.sha256"), latest.digest);
     configuration->saveGlobalValues();
 }
-
-/// An installer on its way. File and reply are children of the manager.
-struct Download {
-    QString path;
-    QPointer<QNetworkReply> reply;
-    QPointer<QFile> file;
-    QCryptographicHash hash{QCryptographicHash::Sha256};
-
-    bool isThere() const { return reply && file; }
-
-    /// Hashes exactly what was written. False when that is not everything; the file knows why.
-    bool append(const QByteArray &bytes)
-    {
-        qint64 done = 0;
-        while (done < bytes.size()) {
-            const char *rest = bytes.constData() + done;
-            const qint64 written = file->write(rest, bytes.size() - done);
-            if (written <= 0)
-                return false;
-            hash.addData(rest, int(written));
-            done += written;
-        }
-        return true;
-    }
-
-    /// False when the system has lost what it took before.
-    bool close() const
-    {
-        file->close();
-        return file->error() == QFileDevice::NoError;
-    }
-
-    /// In hexadecimal capitals.
-    QString digest() const { return QString::fromLatin1(hash.result().toHex().toUpper()); }
-};
 
 } // namespace
 
@@ -171,67 +133,59 @@ void NetRCManager::checkVersion()
 
 void NetRCManager::downloadLatestApp()
 {
-    const auto download = std::make_shared<Download>();
-    download->path = installerPath();
-    auto file = std::make_unique<QFile>(download->path, this);
-    if (!file->open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+    const auto download = std::make_shared<InstallerTransfer>(installerPath());
+    if (!download->open(this)) {
         qWarning() << "An error occurred when trying to create the installation file"
-                   << file->errorString();
+                   << download->errorString();
         return;
     }
-    download->file = file.release();
-    QNetworkReply *reply = m_network.get(QNetworkRequest(QUrl(m_downloadUrl)));
-    reply->setReadBufferSize(kReadBufferBytes); // at once: Qt lends for good what came before
-    reply->setParent(this);
-    download->reply = reply;
+    QNetworkReply *reply = download->request(m_network, m_downloadUrl);
 
     const auto receive = [download] {
-        if (!download->reply) {
+        if (!download->reply()) {
             qCritical() << "The QNetworkReply object has been null when reading some new data";
             return;
         }
         // In any case: a full buffer stops the transfer.
-        const QByteArray bytes = download->reply->readAll();
-        if (!download->file) {
+        const QByteArray bytes = download->reply()->readAll();
+        if (!download->hasFile()) {
             qCritical() << "The QFile object has been null when reading some new data";
             return;
         }
         if (download->append(bytes))
             return;
-        qWarning() << kUnwritten << download->file->errorString();
-        download->reply->abort();
+        qWarning() << kUnwritten << download->errorString();
+        download->reply()->abort();
     };
     connect(reply, &QNetworkReply::readyRead, this, receive);
     connect(reply, &QNetworkReply::finished, this, [this, download, receive] {
         if (!download->isThere())
             return;
-        if (download->reply->bytesAvailable() > 0)
+        if (download->reply()->bytesAvailable() > 0)
             receive();
         const bool isKept = download->close();
         if (!isKept)
-            qWarning() << kUnwritten << download->file->errorString();
-        const bool hasFailed = download->reply->error() != QNetworkReply::NoError;
-        download->file->deleteLater();
-        download->reply->deleteLater();
+            qWarning() << kUnwritten << download->errorString();
+        download->release();
         const QString digest = download->digest();
         const QString announced = m_installerDigest.toUpper();
         qDebug() << digest << announced;
-        if (!isKept || hasFailed || digest != announced) {
+        const bool hasArrived = download->reply()->error() == QNetworkReply::NoError;
+        if (!isKept || !hasArrived || digest != announced) {
             qWarning() << "The md5 of the new installation file is wrong";
-            QFile::remove(download->path);
+            download->removeFile();
             return;
         }
         qInfo() << "The new installation file has been downloaded";
-        const ReplyShelter shelter(download->reply);
-        emit newInstallationFileDownloaded(download->path);
+        const ReplyShelter shelter(download->reply());
+        emit newInstallationFileDownloaded(download->path());
     });
     connect(reply, &QNetworkReply::errorOccurred, this, [reply, download] {
         qWarning() << "Error:" << reply->errorString();
         if (!download->isThere())
             return;
-        deleteOnceFinished(download->file, reply);
-        deleteOnceFinished(reply, reply);
-        QFile::remove(download->path);
+        download->release();
+        download->removeFile();
     });
 }
 
