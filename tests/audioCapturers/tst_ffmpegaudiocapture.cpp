@@ -3,10 +3,10 @@
 #include "AudioCaptureFixture.h"
 #include "PcmSignals.h"
 
-#include <support/Interpose.h>
 #include <support/LogCapture.h>
 #include <support/MediaFiles.h>
 #include <support/ScriptedInput.h>
+#include <support/StartedTimers.h>
 
 #include <QTest>
 #include <QtEndian>
@@ -59,23 +59,7 @@ bool readAll(FFMpegAudioCapture &capture, int packets)
     return true;
 }
 
-/// Of the timers started; Qt itself changes the type of short ones.
-QVector<Qt::TimerType> &timerTypes()
-{
-    static QVector<Qt::TimerType> types;
-    return types;
-}
-
 } // namespace
-
-// Stands before Qt's function.
-int QObject::startTimer(int interval, Qt::TimerType type)
-{
-    timerTypes().append(type);
-    const auto next = nextFunction<int(QObject *, int, Qt::TimerType)>(
-        "_ZN7QObject10startTimerEiN2Qt9TimerTypeE");
-    return next(this, interval, type);
-}
 
 class TestFFMpegAudioCapture : public QObject {
     Q_OBJECT
@@ -107,7 +91,6 @@ private:
 
 void TestFFMpegAudioCapture::init()
 {
-    timerTypes().clear();
     m_directory = std::make_unique<NestedDirectory>();
     m_log = std::make_unique<LogCapture>();
 }
@@ -162,11 +145,11 @@ void TestFFMpegAudioCapture::timerTicksOnceTheDeviceIsOpen()
 {
     const ScriptedInput input({"sine=frequency=440"});
     ListenedCapture capture;
+    const StartedTimers started(&capture);
     capture.init(0).waitForFinished();
     QVERIFY(timersOf(&capture).isEmpty()); // the event loop has not told of it
     QTRY_COMPARE(timersOf(&capture).size(), 1);
-    QCOMPARE(timersOf(&capture).first().interval, 15);
-    QCOMPARE(timerTypes(), QVector<Qt::TimerType>{Qt::CoarseTimer});
+    QCOMPARE(started.all(), QVector<StartedTimer>({{15, Qt::CoarseTimer}}));
 }
 
 void TestFFMpegAudioCapture::blocksAreThoseOfTheDecodedSamples_data()

@@ -2,10 +2,10 @@
 
 #include "ScreenReader.h"
 
-#include <support/Interpose.h>
 #include <support/LogCapture.h>
 #include <support/MediaFiles.h>
 #include <support/ScriptedInput.h>
+#include <support/StartedTimers.h>
 
 #include <opencv2/core.hpp>
 
@@ -47,23 +47,7 @@ QChar colourOf(const cv::Mat &frame)
     return isNear(255, 0, 0) ? 'r' : isNear(0, 255, 0) ? 'g' : isNear(0, 0, 255) ? 'b' : '?';
 }
 
-/// Of the timers started.
-QVector<QPair<int, Qt::TimerType>> &timers()
-{
-    static QVector<QPair<int, Qt::TimerType>> started;
-    return started;
-}
-
 } // namespace
-
-// Stands before Qt's function.
-int QObject::startTimer(int interval, Qt::TimerType type)
-{
-    timers().append({interval, type});
-    const auto next = nextFunction<int(QObject *, int, Qt::TimerType)>(
-        "_ZN7QObject10startTimerEiN2Qt9TimerTypeE");
-    return next(this, interval, type);
-}
 
 class TestFFMpegCapture : public QObject {
     Q_OBJECT
@@ -140,11 +124,11 @@ void TestFFMpegCapture::sizesAreTheScreensFirst()
 
 void TestFFMpegCapture::timerTicksEvery40Milliseconds()
 {
-    timers().clear();
     const ScriptedInput input({kTestPicture});
     ScreenReader capture;
+    const StartedTimers started(&capture);
     QVERIFY(capture.init(0));
-    QCOMPARE(timers(), (QVector<QPair<int, Qt::TimerType>>{{40, Qt::PreciseTimer}}));
+    QCOMPARE(started.all(), QVector<StartedTimer>({{40, Qt::PreciseTimer}}));
     QCOMPARE(timersOf(&capture).size(), 1);
     QTRY_VERIFY(!capture.nextFrame().empty());
 }
