@@ -1,4 +1,5 @@
-// The system's write() is replaced by one that takes as much as a test says.
+// The system's write() is replaced by one that takes as much as a test says, its mkdir() by one
+// that is watched.
 
 #include <support/ConfigurationSupport.h>
 #include <support/Interpose.h>
@@ -8,6 +9,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +22,8 @@ namespace {
 /// How many bytes the next calls take at the most: 0 is none, below 0 an error. Calls beyond the
 /// list are the system's own.
 QVector<int> script;
+
+QStringList madeFolders;
 
 } // namespace
 
@@ -35,11 +39,19 @@ extern "C" ssize_t write(int descriptor, const void *bytes, size_t count)
     return limit;
 }
 
+extern "C" int mkdir(const char *path, mode_t mode)
+{
+    static const auto system = nextFunction<int(const char *, mode_t)>("mkdir");
+    madeFolders.append(QString::fromUtf8(path));
+    return system(path, mode);
+}
+
 class TestConfigurationWrites : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase();
     void cleanup() { script.clear(); }
+    void foldersAreMadeInOrder();
     void goesOnAfterAShortWrite();
     void endsAtAWriteThatFails_data();
     void endsAtAWriteThatFails();
@@ -53,8 +65,18 @@ private:
 
 void TestConfigurationWrites::initTestCase()
 {
+    madeFolders.clear();
     ConfigurationManager::setConfigPath(m_directory.filePath("root"));
     ConfigurationManager::setGlobalValue(QStringList("key"), "value");
+}
+
+void TestConfigurationWrites::foldersAreMadeInOrder()
+{
+    const QString root = m_directory.filePath("root");
+    QStringList folders{root};
+    for (const char *name : {"controllers", "logs", "effects", "dumps", "resources"})
+        folders.append(root + '/' + name);
+    QCOMPARE(madeFolders, folders);
 }
 
 void TestConfigurationWrites::goesOnAfterAShortWrite()
