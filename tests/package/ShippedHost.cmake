@@ -22,9 +22,13 @@ function(ship)
   file(COPY ${libraries} DESTINATION ${stage}/${library_folder})
 endfunction()
 
-function(build_with_cmake)
-  run(${CMAKE_COMMAND} -S . -B build -G ${GENERATOR} "-DCMAKE_PREFIX_PATH=${PREFIX}"
+function(configure)
+  run(${CMAKE_COMMAND} -S . -B build -G ${GENERATOR}
     -DQt5_DIR=${QT5_DIR} -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_CXX_FLAGS=${FLAGS})
+endfunction()
+
+function(build_with_cmake)
+  configure()
   run(${CMAKE_COMMAND} --build build)
   run(${CMAKE_COMMAND} --install build --prefix ${stage})
 endfunction()
@@ -42,8 +46,8 @@ function(build_with_make)
   ship()
 endfunction()
 
-# The tools' own host with the library's sources in its tree, as far as its own files: the library
-# itself is what this build has made already.
+# The same host with the library's sources in its tree, as far as its own file: the library itself is
+# what this build has made already.
 function(compile_with_sources)
   set(find "find_package(LibCorvane 0.1 REQUIRED)")
   file(READ ${folder}/CMakeLists.txt project)
@@ -53,8 +57,7 @@ function(compile_with_sources)
   endif()
   file(WRITE ${folder}/CMakeLists.txt "${with_sources}")
   file(CREATE_LINK ${SOURCE_DIR} ${folder}/LibCorvane SYMBOLIC)
-  run(${CMAKE_COMMAND} -S . -B build -G ${GENERATOR} "-DCMAKE_PREFIX_PATH=${PREFIXES}"
-    -DQt5_DIR=${QT5_DIR} -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_CXX_FLAGS=${FLAGS})
+  configure()
   set(object CMakeFiles/glow.dir/main.cpp.o)
   if(GENERATOR MATCHES "Makefiles")
     set(object main.cpp.o)
@@ -84,6 +87,7 @@ endfunction()
 
 file(REMOVE_RECURSE ${folder})
 file(COPY ${WORK_DIR}/embedding/ DESTINATION ${folder})
+set(ENV{CMAKE_PREFIX_PATH} ${PREFIXES})
 set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig:$ENV{PKG_CONFIG_PATH})
 if(TOOL STREQUAL "sources")
   compile_with_sources()
