@@ -1,5 +1,6 @@
-# Installs the build into an empty prefix and lays out the host that README.md shows.
+# Installs the build into an empty prefix and lays out the hosts that the documentation shows.
 cmake_minimum_required(VERSION 3.16)
+include(${CMAKE_CURRENT_LIST_DIR}/Blocks.cmake)
 file(REMOVE_RECURSE ${WORK_DIR})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX}
   RESULT_VARIABLE failed)
@@ -7,20 +8,6 @@ if(failed)
   message(FATAL_ERROR "cmake --install failed: ${failed}")
 endif()
 
-# The first fenced block of the language becomes the file.
-function(extract_block language file)
-  file(READ ${README} text)
-  string(FIND "${text}" "```${language}\n" start)
-  if(start EQUAL -1)
-    message(FATAL_ERROR "${README} shows no ${language} block")
-  endif()
-  string(LENGTH "```${language}\n" fence)
-  math(EXPR start "${start} + ${fence}")
-  string(SUBSTRING "${text}" ${start} -1 text)
-  string(FIND "${text}" "```" length)
-  string(SUBSTRING "${text}" 0 ${length} text)
-  file(WRITE ${WORK_DIR}/readme/${file} "${text}")
-endfunction()
-
-extract_block(cpp main.cpp)
-extract_block(cmake CMakeLists.txt)
+extract_files(${SOURCE_DIR}/README.md ${WORK_DIR}/readme)
+extract_files(${SOURCE_DIR}/docs/getting-started.md ${WORK_DIR}/getting-started)
+extract_files(${SOURCE_DIR}/docs/embedding.md ${WORK_DIR}/embedding)
