@@ -11,3 +11,12 @@ if(LIBCORVANE_SANITIZE)
     -fsanitize=${_sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
   target_link_options(corvane_options INTERFACE -fsanitize=${_sanitizers})
 endif()
+
+# Coverage feedback for the fuzzers; tests/fuzz adds the engine to their programs alone.
+if(LIBCORVANE_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "LIBCORVANE_FUZZ needs clang, which brings libFuzzer: "
+      "cmake --preset fuzz")
+  endif()
+  target_compile_options(corvane_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
