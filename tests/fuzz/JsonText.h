@@ -31,6 +31,12 @@ inline bool isReadBack(const QString &text)
     return !text.startsWith(QChar(QChar::ByteOrderMark));
 }
 
+/// The same of a text within JSON, which Qt keeps with the mark that it then leaves out.
+inline bool isReadBack(const QByteArray &json)
+{
+    return json.lastIndexOf("\xef\xbb\xbf") <= 0;
+}
+
 /// Whether Qt writes a number as it is: integers only as far as a double tells them apart, and what
 /// is not finite as null.
 inline bool isExact(const QJsonValue &number)
@@ -61,7 +67,8 @@ inline bool isStorable(const QJsonValue &value, int levels = 1000)
         return true;
     const QJsonObject object = value.toObject();
     const QStringList keys = object.keys();
-    return levels > 0 && std::all_of(keys.begin(), keys.end(), isReadBack)
+    return levels > 0
+        && std::all_of(keys.begin(), keys.end(), [](const QString &key) { return isReadBack(key); })
         && std::all_of(object.begin(), object.end(), isStorableBelow);
 }
 
