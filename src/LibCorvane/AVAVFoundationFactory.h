@@ -45,10 +45,12 @@ public:
     ///         the permission is there now, true or false.
     bool sanDevices();
 
-    /// The screens of the last listing; empty before the first one. Cameras are left out.
+    /// The screens of the last listing, without cameras.
+    /// \return in FFmpeg's order; empty before the first listing.
     QList<DeviceInfo> videoDevices() const;
 
-    /// The sound inputs of the last listing; empty before the first one.
+    /// The sound inputs of the last listing.
+    /// \return in FFmpeg's order; empty before the first listing.
     QList<DeviceInfo> audioDevices() const;
 };
 
