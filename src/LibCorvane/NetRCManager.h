@@ -197,7 +197,7 @@ LIBCORVANE_EXPORT bool compareVersion(QString a, QString b);
 
 /// The date in a text such as "Mar 14 2024".
 ///
-/// For the compiler's __DATE__; but compilers write days below 10 with a blank in place of the
+/// For the compiler's `__DATE__`; but compilers write days below 10 with a blank in place of the
 /// first digit ("Mar  4 2024"), which is passed on to QDate::fromString() like that and gives no
 /// date. May be called on any thread.
 /// \param date an English month of three letters, blank, day of two digits, blank, year of four.

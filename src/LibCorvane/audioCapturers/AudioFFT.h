@@ -9,6 +9,8 @@
 
 /// The discrete Fourier transform of real sound samples.
 namespace audiofft {
+
+/// What AudioFFT is made of; hosts need nothing of it.
 namespace detail {
 
 /// What AudioFFT asks of a transform. AudioFFT states the contract: lengths, scaling, packing,
