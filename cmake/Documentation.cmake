@@ -19,16 +19,23 @@ set(docs_order
   CONTRIBUTING.md
 )
 
+find_program(LIBCORVANE_DOXYGEN doxygen)
+find_program(LIBCORVANE_DOT dot)
+mark_as_advanced(LIBCORVANE_DOXYGEN LIBCORVANE_DOT)
+find_package(Python3 COMPONENTS Interpreter QUIET)
 set(docs_missing)
-foreach(tool doxygen dot python3)
-  find_program(LIBCORVANE_${tool} ${tool})
-  mark_as_advanced(LIBCORVANE_${tool})
-  if(NOT LIBCORVANE_${tool})
-    list(APPEND docs_missing ${tool})
-  endif()
-endforeach()
+if(NOT LIBCORVANE_DOXYGEN)
+  list(APPEND docs_missing doxygen)
+endif()
+if(NOT LIBCORVANE_DOT)
+  list(APPEND docs_missing "dot (graphviz)")
+endif()
+if(NOT Python3_Interpreter_FOUND)
+  list(APPEND docs_missing python3)
+endif()
 if(docs_missing)
   list(JOIN docs_missing ", " docs_missing)
+  message(STATUS "The documentation and its tests are left out; they need: ${docs_missing}")
   add_custom_target(docs COMMAND ${CMAKE_COMMAND} -E echo "The target docs needs: ${docs_missing}"
     COMMAND ${CMAKE_COMMAND} -E false VERBATIM)
   return()
@@ -72,7 +79,7 @@ add_custom_target(docs
   # Pages that are no more must not stay.
   COMMAND ${CMAKE_COMMAND} -E remove_directory ${docs_dir}/html
   COMMAND ${CMAKE_COMMAND} -E remove_directory ${docs_dir}/xml
-  COMMAND ${LIBCORVANE_doxygen} ${docs_dir}/Doxyfile
-  COMMAND ${LIBCORVANE_python3} ${PROJECT_SOURCE_DIR}/docs/site/check_coverage.py ${docs_dir}/xml
-  COMMAND ${LIBCORVANE_python3} ${PROJECT_SOURCE_DIR}/docs/site/check_links.py ${docs_dir}/html
+  COMMAND ${LIBCORVANE_DOXYGEN} ${docs_dir}/Doxyfile
+  COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/docs/site/check_coverage.py ${docs_dir}/xml
+  COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/docs/site/check_links.py ${docs_dir}/html
   COMMENT "Building the documentation in ${docs_dir}/html" VERBATIM)

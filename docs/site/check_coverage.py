@@ -41,12 +41,14 @@ def is_left_out(member):
 
 def gaps_of_function(member, name):
     described = described_parameters(member)
-    for parameter in member.findall('param'):
-        if text_of(parameter.find('type')) == 'void':
-            continue
-        own = text_of(parameter.find('declname')) or text_of(parameter.find('defname'))
-        if own not in described:
-            yield f'{name}: the parameter {own or "without a name"} is not documented'
+    parameters = [text_of(parameter.find('declname')) or text_of(parameter.find('defname'))
+                  for parameter in member.findall('param')
+                  if text_of(parameter.find('type')) != 'void']
+    for parameter in parameters:
+        if parameter not in described:
+            yield f'{name}: the parameter {parameter or "without a name"} is not documented'
+    for gone in sorted(described.difference(parameters)):
+        yield f'{name}: there is no parameter {gone}'
     results = member.findall('.//simplesect[@kind="return"]')
     if has_result(member) and not any(text_of(result) for result in results):
         yield f'{name}: the result is not documented'

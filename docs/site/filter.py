@@ -70,10 +70,13 @@ def site_link(path, is_image, words, target):
 
 
 def site_links(path, text):
+    folder = os.path.dirname(os.path.abspath(path))
+
     def replacement(match):
         is_image, words, target = match.groups()
-        if re.match(r'\w+:', target):
-            return match.group()
+        file = target.partition('#')[0]
+        if re.match(r'\w+:', target) or not os.path.exists(os.path.join(folder, file)):
+            return match.group()  # what is not there stays as it is, and is found to be missing
         return site_link(path, is_image, words, target)
 
     return LINK.sub(replacement, text)
