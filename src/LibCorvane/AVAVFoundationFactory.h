@@ -27,8 +27,8 @@ Q_DECLARE_TYPEINFO(DeviceInfo, Q_MOVABLE_TYPE);
 /// Instances hold nothing: the lists belong to the process, and every instance shows the same ones.
 ///
 /// \par Threads
-/// All operations may be called on any thread. Two listings at the same time may mix up their
-/// lists; list on one thread.
+/// All operations may be called on any thread. Two listings at the same time, those of
+/// FFMpegCapture::listDevices() included, may mix up their lists; list on one thread.
 class LIBCORVANE_EXPORT AVAVFoundationFactory {
 public:
     /// Sets FFmpeg up with the first instance in the process: its network, its devices, and the log

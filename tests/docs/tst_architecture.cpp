@@ -1,4 +1,4 @@
-// The diagram of the architecture and the headers tell the same.
+// The diagram of the architecture, the table of threads and the headers tell the same.
 
 #include <QDirIterator>
 #include <QJsonArray>
@@ -116,6 +116,8 @@ private slots:
     void showsEachPublicClass_data();
     void showsEachPublicClass();
     void tellsWhatClassesAre();
+    void tellsTheThreadsOfEachClass_data();
+    void tellsTheThreadsOfEachClass();
 
 private:
     const QString m_publicHeaders = publicHeaders();
@@ -162,6 +164,21 @@ void TestArchitecture::showsEachPublicClass()
 void TestArchitecture::tellsWhatClassesAre()
 {
     QCOMPARE(relationsIn(m_diagram), relationsIn(m_publicHeaders, m_shown));
+}
+
+void TestArchitecture::tellsTheThreadsOfEachClass_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const QString &name : m_public)
+        QTest::addRow("%s has a row in the table", qPrintable(name)) << name;
+}
+
+void TestArchitecture::tellsTheThreadsOfEachClass()
+{
+    QFETCH(QString, name);
+    const QRegularExpression row("^\\| [^|]*`" + name + "`[^|]*\\|",
+                                 QRegularExpression::MultilineOption);
+    QVERIFY(row.match(textOf(CORVANE_THREADS_PAGE)).hasMatch());
 }
 
 QTEST_GUILESS_MAIN(TestArchitecture)

@@ -36,9 +36,9 @@ Q_DECLARE_TYPEINFO(SoundChannel, Q_MOVABLE_TYPE);
 /// signals. Starting and stopping belong to the concrete classes and to the manager.
 ///
 /// \par Threads
-/// Each concrete class says on which thread it emits. The arguments are implicitly shared values,
-/// so a queued connection costs no copy of the samples. "QVector<SoundChannel>" is registered with
-/// Qt's meta-type system before the first emission.
+/// Each concrete class says on which thread it may be used and on which it emits. The arguments are
+/// implicitly shared values, so a queued connection costs no copy of the samples.
+/// "QVector<SoundChannel>" is registered with Qt's meta-type system before the first emission.
 class LIBCORVANE_EXPORT IAudioCapture : public QObject {
     Q_OBJECT
 public:

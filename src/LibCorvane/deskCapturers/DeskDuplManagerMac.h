@@ -37,10 +37,11 @@ class QThread;
 ///
 /// \par Threads
 /// Make and delete it on the main thread, where the ConfigurationManager is used. All operations
-/// may be called from any thread. Capturers are always made on the manager's own thread: when one
-/// has to be made, a caller on another thread waits for it, and other callers wait for that one.
-/// So the manager's thread must run its event loop, and must not itself call the manager from a
-/// handler while another thread may be acquiring: each would wait for the other. Capturers are
+/// may be called from any thread; capturerReady() is emitted within the construction only. It keeps
+/// one idle thread for each display. Capturers are always made on the manager's own thread: when
+/// one has to be made, a caller on another thread waits for it, and other callers wait for that
+/// one. So the manager's thread must run its event loop, and must not itself call the manager from
+/// a handler while another thread may be acquiring: each would wait for the other. Capturers are
 /// destroyed by that event loop.
 class LIBCORVANE_EXPORT DeskDuplManagerMac : public IDeskDuplManager {
     Q_OBJECT

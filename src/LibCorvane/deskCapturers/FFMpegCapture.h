@@ -34,7 +34,7 @@ struct AVFrame;
 /// \par Threads
 /// init(), the destructor and the decoding belong to the thread that the object lives on, which
 /// needs an event loop. outputSize(), originSize(), setOutputSize(), resize() and decodedFrame()
-/// may be called on any thread, also while frames are decoded and converted.
+/// may be called on any thread, also while frames are decoded and converted. Nothing is emitted.
 class LIBCORVANE_EXPORT FFMpegCapture : public IDeskCapture {
     Q_OBJECT
     Q_DISABLE_COPY(FFMpegCapture)
@@ -86,7 +86,7 @@ public:
 
     /// Has FFmpeg print the devices through its log; AVAVFoundationFactory reads what it prints.
     /// Does nothing else, and nothing at all in an FFmpeg without the "avfoundation" input. May be
-    /// called on any thread, without an instance.
+    /// called on any thread, without an instance; see there on two listings at the same time.
     static void listDevices();
 
 public Q_SLOTS:
