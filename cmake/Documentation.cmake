@@ -57,6 +57,7 @@ foreach(page IN LISTS docs_ordered_pages)
   # Its first heading names a page, its file's name leads to it.
   file(STRINGS ${PROJECT_SOURCE_DIR}/${page} title REGEX "^# " LIMIT_COUNT 1 ENCODING UTF-8)
   string(REGEX REPLACE "^# " "" title "${title}")
+  string(REPLACE "&" "&amp;" title "${title}")
   get_filename_component(label ${page} NAME_WE)
   string(TOLOWER ${label} label)
   if(NOT label STREQUAL readme)
