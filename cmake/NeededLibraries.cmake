@@ -8,6 +8,7 @@ if(CMAKE_SCRIPT_MODE_FILE)
   string(REGEX REPLACE "[][]" " " entries "${entries}")
   string(REGEX MATCHALL "Shared library: +[^ ]+" needed "${entries}")
   list(TRANSFORM needed REPLACE "^Shared library: +" "-l:")
+  list(FILTER needed INCLUDE REGEX "^-l:${PATTERN}")
   if(failed OR NOT needed)
     message(FATAL_ERROR "${READELF} names no library that ${LIBRARY} needs")
   endif()
@@ -18,18 +19,16 @@ endif()
 
 set(CORVANE_NEEDED_SCRIPT ${CMAKE_CURRENT_LIST_FILE})
 
-# corvane_link_needed(TARGET): the target needs what the library needs. ELF only.
+# corvane_link_needed(TARGET [PATTERN]): the target needs what the library needs, or what of that
+# has a name of this pattern. ELF only.
 function(corvane_link_needed target)
-  set(options ${PROJECT_BINARY_DIR}/needed-libraries.rsp)
-  if(NOT TARGET corvane_needed_libraries)
-    add_custom_command(OUTPUT ${options} VERBATIM
-      COMMAND ${CMAKE_COMMAND} -D READELF=${CMAKE_READELF}
-        -D LIBRARY=$<TARGET_FILE:LibCorvane> -D OPTIONS_FILE=${options}
-        -P ${CORVANE_NEEDED_SCRIPT}
-      DEPENDS LibCorvane ${CORVANE_NEEDED_SCRIPT})
-    add_custom_target(corvane_needed_libraries DEPENDS ${options})
-  endif()
-  add_dependencies(${target} corvane_needed_libraries)
+  set(options ${CMAKE_CURRENT_BINARY_DIR}/${target}.rsp)
+  add_custom_command(OUTPUT ${options} VERBATIM
+    COMMAND ${CMAKE_COMMAND} -D READELF=${CMAKE_READELF} -D LIBRARY=$<TARGET_FILE:LibCorvane>
+      "-DPATTERN=${ARGN}" -D OPTIONS_FILE=${options} -P ${CORVANE_NEEDED_SCRIPT}
+    DEPENDS LibCorvane ${CORVANE_NEEDED_SCRIPT})
+  add_custom_target(${target}_needed DEPENDS ${options})
+  add_dependencies(${target} ${target}_needed)
   target_link_options(${target} PRIVATE @${options})
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${options})
 endfunction()
