@@ -379,11 +379,16 @@ private:
     ConfigurationManager();
     ~ConfigurationManager() override;
 
+    struct CachedObject {
+        QJsonObject object;
+        int saves = 0;
+    };
+
     QString filePath(const QString &name) const;
 
     static std::unique_ptr<ConfigurationManager> s_instance;
 
-    QHash<QString, QJsonObject> m_objects;
+    QHash<QString, CachedObject> m_objects;
     QString m_configPath;
 };
 

@@ -18,8 +18,9 @@
 /// that the environment variable DISPLAY names, while somebody reads: two seconds after the last
 /// AVCaptureNextFrame() (or after the start) it lets its thread and its connection go, and the next
 /// call brings both back. At most 32 records of a process are awake: further ones put those to
-/// sleep that were not read for longest. A change of the monitor is followed; the output size goes
-/// with it, unless it was set.
+/// sleep that were not read for longest. One that sleeps keeps its last frame until 32 others have
+/// fallen asleep after it. A change of the monitor is followed; the output size goes with it,
+/// unless it was set.
 ///
 /// A lost X server does not end the process: it is logged as a warning, "[AVFoundationCaptureImpl]:
 /// Lost the X server, display:" id, the last frame stays, and the record tries once a second to

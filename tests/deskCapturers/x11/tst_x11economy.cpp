@@ -95,6 +95,7 @@ private slots:
     void captureThatNobodyReadsSleepsAndWakes();
     void sleepingCaptureKeepsItsLastFrame();
     void capturesAreNotAwakeInMasses();
+    void sleepersHoldNoDescriptorsAndFewFrames();
     void freeingEndsTheThreadAndTheConnection();
     void sharedMemoryIsPrivateAndGoesWithItsUsers();
     void sharedMemoryThatTheServerRefusesIsGivenBack();
@@ -166,6 +167,26 @@ void TestX11Economy::capturesAreNotAwakeInMasses()
         QVERIFY(!firstFrame(record).isNull());
     records.clear();
     QTRY_COMPARE_WITH_TIMEOUT(captureThreads(), 0, kPatienceMs);
+}
+
+// As when a display is released by its last user and acquired again, over and over.
+void TestX11Economy::sleepersHoldNoDescriptorsAndFewFrames()
+{
+    const int descriptors = openDescriptors().size();
+    std::vector<CaptureRecord> records;
+    for (int i = 0; i < 40; ++i) {
+        records.push_back(captureOf(1));
+        QVERIFY(!firstFrame(records.back()).isNull());
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(captureThreads(), 0, kPatienceMs);
+    QCOMPARE(openDescriptors().size(), descriptors);
+    // The last to go to sleep have their frames; this read wakes them.
+    int withFrame = 0;
+    for (const auto &record : records)
+        withFrame += AVCaptureNextFrame(record.get()).isNull() ? 0 : 1;
+    QCOMPARE(withFrame, 32);
+    for (const auto &record : records)
+        QVERIFY(!firstFrame(record).isNull());
 }
 
 void TestX11Economy::freeingEndsTheThreadAndTheConnection()
