@@ -21,3 +21,12 @@ if(LIBCORVANE_HAS_MACRO_PREFIX_MAP)
   target_compile_options(corvane_library_options INTERFACE
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/src/=)
 endif()
+
+# Coverage feedback for the fuzzers; tests/fuzz adds the engine to their programs alone.
+if(LIBCORVANE_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "LIBCORVANE_FUZZ needs clang, which brings libFuzzer: "
+      "cmake --preset fuzz")
+  endif()
+  target_compile_options(corvane_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()

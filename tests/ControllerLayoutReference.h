@@ -3,7 +3,12 @@
 
 #include <LibCorvane/ControllerLayout_p.h>
 
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QStringList>
 #include <QVector>
+
+#include <limits>
 
 namespace corvane::test {
 
@@ -25,6 +30,40 @@ struct Layout {
             && rows == other.rows && count == other.count;
     }
 };
+
+/// For what is no integer a number that no layout holds.
+inline qint64 integer(const QJsonValue &value)
+{
+    const double number = value.toDouble(0.5);
+    return double(qint64(number)) == number ? qint64(number) : std::numeric_limits<qint64>::min();
+}
+
+inline Numbers numbers(const QJsonValue &object, const QStringList &names)
+{
+    Numbers row;
+    for (const QString &name : names)
+        row.append(integer(object[name]));
+    if (object.toObject().size() != names.size())
+        row.append(std::numeric_limits<qint64>::min());
+    return row;
+}
+
+inline Table table(const QJsonValue &array, const QStringList &names)
+{
+    Table rows;
+    for (const QJsonValue object : array.toArray())
+        rows.append(numbers(object, names));
+    return rows;
+}
+
+/// What the library says.
+inline Layout layoutOf(const ControllerStrip &strip)
+{
+    const QJsonObject layout = controllerLayout(strip);
+    return {table(layout["key_array"], {"id", "x", "y"}),
+            table(layout["key_music"], {"id", "direction", "start", "stop"}),
+            integer(layout["key_len"]), integer(layout["key_wid"]), integer(layout["key_num"])};
+}
 
 /// A stretch of the strip: the keys after one number, up to another.
 struct Side {

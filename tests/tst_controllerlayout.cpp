@@ -15,39 +15,6 @@ namespace {
 constexpr qint64 kMax = std::numeric_limits<int>::max();
 constexpr qint64 kMin = std::numeric_limits<int>::min();
 
-/// For what is no integer a number that no layout holds.
-qint64 integer(const QJsonValue &value)
-{
-    const double number = value.toDouble(0.5);
-    return double(qint64(number)) == number ? qint64(number) : std::numeric_limits<qint64>::min();
-}
-
-Numbers numbers(const QJsonValue &object, const QStringList &names)
-{
-    Numbers row;
-    for (const QString &name : names)
-        row.append(integer(object[name]));
-    if (object.toObject().size() != names.size())
-        row.append(std::numeric_limits<qint64>::min());
-    return row;
-}
-
-Table table(const QJsonValue &array, const QStringList &names)
-{
-    Table rows;
-    for (const QJsonValue object : array.toArray())
-        rows.append(numbers(object, names));
-    return rows;
-}
-
-Layout layoutOf(const ControllerStrip &strip)
-{
-    const QJsonObject layout = controllerLayout(strip);
-    return {table(layout["key_array"], {"id", "x", "y"}),
-            table(layout["key_music"], {"id", "direction", "start", "stop"}),
-            integer(layout["key_len"]), integer(layout["key_wid"]), integer(layout["key_num"])};
-}
-
 QByteArray described(const ControllerStrip &strip)
 {
     return QStringLiteral("height %1, width %2, bottom %3")

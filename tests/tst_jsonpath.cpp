@@ -303,6 +303,10 @@ void TestJsonPath::arrayIndex_data()
     QTest::newRow("no brackets") << "12" << false << unchanged;
     QTest::newRow("no closing bracket") << "[12" << false << unchanged;
     QTest::newRow("other scripts' digits") << "[\u0661]" << false << unchanged;
+    QTest::newRow("an index after half a surrogate pair")
+        << QString(QChar(0xd800)) + "[3]" << true << 3;
+    QTest::newRow("half a surrogate pair between the brackets")
+        << QString("[") + QChar(0xdc00) + "3]" << false << unchanged;
     QTest::newRow("empty text") << "" << false << unchanged;
 }
 

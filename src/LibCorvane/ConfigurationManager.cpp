@@ -11,7 +11,6 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonParseError>
-#include <QRegularExpression>
 #include <QStandardPaths>
 
 using namespace corvane;
@@ -348,11 +347,10 @@ bool removeDirectory(const QString &path)
 
 bool isArrayIndex(const QString &text, int &index)
 {
-    static const QRegularExpression pattern(QStringLiteral("\\[(\\d+)\\]"));
-    const QRegularExpressionMatch match = pattern.match(text);
-    if (!match.hasMatch())
+    const QStringView digits = arrayIndexDigits(text);
+    if (digits.isEmpty())
         return false;
     bool fits = false;
-    index = match.capturedRef(1).toInt(&fits, 10);
+    index = digits.toInt(&fits);
     return fits;
 }

@@ -7,6 +7,11 @@ namespace {
 
 constexpr QChar kSeparator = u'.';
 
+bool isDigit(QChar c)
+{
+    return c >= u'0' && c <= u'9';
+}
+
 void setFrom(int depth, QJsonObject &object, const JsonKeys &keys, const QJsonValue &value)
 {
     const QStringView key = keys.at(depth);
@@ -58,6 +63,19 @@ void setJsonValueAt(QJsonObject &object, const JsonKeys &keys, const QJsonValue 
 {
     if (!keys.isEmpty())
         setFrom(0, object, keys, value);
+}
+
+QStringView arrayIndexDigits(QStringView text)
+{
+    const auto end = text.end();
+    for (auto open = std::find(text.begin(), end, u'['); open != end;) {
+        const auto first = open + 1;
+        const auto last = std::find_if_not(first, end, isDigit);
+        if (last != first && last != end && *last == u']')
+            return {first, last};
+        open = std::find(last, end, u'[');
+    }
+    return {};
 }
 
 } // namespace corvane

@@ -29,6 +29,10 @@ QJsonValue jsonValueAt(const QJsonObject &object, const QString &path);
 /// Objects on the way are changed where they are, unless somebody else shares their data.
 void setJsonValueAt(QJsonObject &object, const JsonKeys &keys, const QJsonValue &value);
 
+/// The digits of the first "[" digits "]" anywhere in a text; empty when there is none. Only 0 to 9
+/// are digits. The text may be any sequence of UTF-16 units, halves of surrogate pairs included.
+QStringView arrayIndexDigits(QStringView text);
+
 } // namespace corvane
 
 #endif

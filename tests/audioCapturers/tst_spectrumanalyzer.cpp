@@ -456,6 +456,11 @@ void TestSpectrumAnalyzer::refusedFormats_data()
         << int(AV_SAMPLE_FMT_NB) << 44100 << stereo
         << "[SpectrumAnalyzer]: Failed to set swrContext in_sample_fmt, errCode: 0x "
            "\"ffffffffffffffde\"";
+    for (const int number : {99, -2, std::numeric_limits<int>::max()})
+        QTest::addRow("a number that the enumeration of formats cannot hold: %d", number)
+            << number << 44100 << stereo
+            << "[SpectrumAnalyzer]: Failed to set swrContext in_sample_fmt, errCode: 0x "
+               "\"ffffffffffffffde\"";
     QTest::newRow("a negative rate")
         << int(AV_SAMPLE_FMT_S16) << -1 << stereo
         << "[SpectrumAnalyzer]: Failed to set swrContext in_sample_rate, errCode: 0x "

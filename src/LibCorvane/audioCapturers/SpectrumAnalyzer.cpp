@@ -43,6 +43,13 @@ SetupError optionError(const char *option, int code)
             code};
 }
 
+/// FFmpeg refuses what is no format, but only the enumeration's own numbers may become one of it.
+AVSampleFormat sampleFormatOf(int number)
+{
+    const bool isFormat = number >= AV_SAMPLE_FMT_NONE && number < AV_SAMPLE_FMT_NB;
+    return isFormat ? static_cast<AVSampleFormat>(number) : AV_SAMPLE_FMT_NB;
+}
+
 SetupResult setOptions(SwrContext *context, const InputFormat &input)
 {
     using corvane::ResamplerSide;
@@ -52,8 +59,8 @@ SetupResult setOptions(SwrContext *context, const InputFormat &input)
         return optionError("in_channel_layout", code);
     if (const int code = av_opt_set_int(context, "in_sample_rate", input.sampleRate, 0); code < 0)
         return optionError("in_sample_rate", code);
-    const auto inputFormat = static_cast<AVSampleFormat>(input.sampleFormat);
-    if (const int code = av_opt_set_sample_fmt(context, "in_sample_fmt", inputFormat, 0); code < 0)
+    const AVSampleFormat format = sampleFormatOf(input.sampleFormat);
+    if (const int code = av_opt_set_sample_fmt(context, "in_sample_fmt", format, 0); code < 0)
         return optionError("in_sample_fmt", code);
     if (const int code = setResamplerLayout(context, ResamplerSide::Output, kStereoLayout);
         code < 0)
