@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <stdexcept>
 
 namespace corvane::bench {
@@ -54,16 +55,32 @@ ProcessCost costOf(const QStringList &command, const QString &folder)
             double(usage.ru_maxrss) / 1024};
 }
 
+QString leastAndMedian(std::vector<double> values, int digits)
+{
+    std::sort(values.begin(), values.end());
+    return QString("%1 (%2)")
+        .arg(values.front(), 0, 'f', digits)
+        .arg(values[values.size() / 2], 0, 'f', digits);
+}
+
 QString leastAndMedian(const std::vector<ProcessCost> &costs, double ProcessCost::*figure,
                        int digits)
 {
     std::vector<double> values;
     for (const ProcessCost &cost : costs)
         values.push_back(cost.*figure);
-    std::sort(values.begin(), values.end());
-    return QString("%1 (%2)")
-        .arg(values.front(), 0, 'f', digits)
-        .arg(values[values.size() / 2], 0, 'f', digits);
+    return leastAndMedian(values, digits);
+}
+
+int statusOf(const std::function<void()> &measure)
+{
+    try {
+        measure();
+    } catch (const std::exception &failure) {
+        std::fprintf(stderr, "%s\n", failure.what());
+        return 1;
+    }
+    return 0;
 }
 
 } // namespace corvane::bench

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <vector>
 
 namespace corvane::bench {
@@ -20,9 +21,14 @@ struct ProcessCost {
 /// std::runtime_error when it fails.
 ProcessCost costOf(const QStringList &command, const QString &folder = QString());
 
-/// "least (median)" of one of the figures.
+/// "least (median)".
+QString leastAndMedian(std::vector<double> values, int digits);
+/// Of one of the figures.
 QString leastAndMedian(const std::vector<ProcessCost> &costs, double ProcessCost::*figure,
                        int digits);
+
+/// What a benchmark's main does: 0, or 1 after a std::exception, whose text it prints.
+int statusOf(const std::function<void()> &measure);
 
 } // namespace corvane::bench
 

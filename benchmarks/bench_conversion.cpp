@@ -1,8 +1,9 @@
 // A delivered picture to the frame that hosts get: blue first to red first, scaled to 300 pixels
 // width, beside the straightforward way with OpenCV, and swscale.
+#include "RunBenchmarks.h"
+
 #include <LibCorvane/deskCapturers/FrameConversion_p.h>
 
-#include <benchmark/benchmark.h>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -184,10 +185,5 @@ int main(int argc, char **argv)
     add<OpenCv>("OpenCV, resize, cvtColor, copy");
     add<Swscale<SWS_BILINEAR>>("swscale, bilinear");
     add<Swscale<SWS_FAST_BILINEAR>>("swscale, fast bilinear", kShiftTolerance);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return corvane::bench::runBenchmarks(argc, argv);
 }

@@ -168,14 +168,10 @@ int main(int argc, char **argv)
     parser.addHelpOption();
     parser.process(application);
     const QStringList paths = parser.positionalArguments();
-    try {
+    return statusOf([&] {
         if (parser.isSet("pack") && paths.size() == 2)
             pack(paths[0], paths[1]);
         else
             measure(std::max(1, parser.value("repetitions").toInt()));
-    } catch (const std::runtime_error &failure) {
-        QTextStream(stderr) << failure.what() << '\n';
-        return 1;
-    }
-    return 0;
+    });
 }

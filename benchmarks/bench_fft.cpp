@@ -1,9 +1,9 @@
 // The forward transform beside the usual alternatives, all behind the same interface: float samples
 // in, separate float real and imaginary parts out. The copies that this takes are part of the time.
 #include "FftwReference.h"
+#include "RunBenchmarks.h"
 #include "TransformPaths.h"
 
-#include <benchmark/benchmark.h>
 #include <fftw3.h>
 #include <kiss_fftr.h>
 
@@ -183,10 +183,5 @@ void registerAll()
 int main(int argc, char **argv)
 {
     registerAll();
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return corvane::bench::runBenchmarks(argc, argv);
 }

@@ -10,8 +10,6 @@
 #include <QTemporaryDir>
 #include <QTextStream>
 
-#include <exception>
-
 namespace {
 
 using namespace corvane::bench;
@@ -85,11 +83,5 @@ void measure()
 
 int main()
 {
-    try {
-        measure();
-    } catch (const std::exception &failure) {
-        QTextStream(stderr) << failure.what() << '\n';
-        return 1;
-    }
-    return 0;
+    return statusOf(measure);
 }

@@ -1,5 +1,6 @@
 // Nested values read and written in a store, and a document saved, beside nlohmann-json and
 // QSettings: the same settings in each, the same process.
+#include "RunBenchmarks.h"
 #include "StoreContent.h"
 
 #include <LibCorvane/ConfigurationManager.h>
@@ -10,7 +11,6 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
-#include <benchmark/benchmark.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -353,10 +353,5 @@ int main(int argc, char **argv)
     addSave("LibCorvane", saveLibrary);
     addSave("nlohmann-json", saveNlohmann);
     addSave("QSettings", saveSettings);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return corvane::bench::runBenchmarks(argc, argv);
 }

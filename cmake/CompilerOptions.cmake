@@ -12,6 +12,16 @@ if(LIBCORVANE_SANITIZE)
   target_link_options(corvane_options INTERFACE -fsanitize=${_sanitizers})
 endif()
 
+# The library's sources name themselves from src/ on in log lines, wherever they were built.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fmacro-prefix-map=a=b LIBCORVANE_HAS_MACRO_PREFIX_MAP)
+add_library(corvane_library_options INTERFACE)
+target_link_libraries(corvane_library_options INTERFACE corvane_options)
+if(LIBCORVANE_HAS_MACRO_PREFIX_MAP)
+  target_compile_options(corvane_library_options INTERFACE
+    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/src/=)
+endif()
+
 # Coverage feedback for the fuzzers; tests/fuzz adds the engine to their programs alone.
 if(LIBCORVANE_FUZZ)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")

@@ -1,13 +1,16 @@
-# The library, the CMake package and the pkg-config file.
+# The library, the CMake package and the pkg-config file. The component "runtime" is what programs
+# need that are linked with the library, "development" what building them needs.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/LibCorvane)
 
 install(TARGETS LibCorvane EXPORT LibCorvaneTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(EXPORT LibCorvaneTargets NAMESPACE LibCorvane:: DESTINATION ${package_dir})
+    COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(EXPORT LibCorvaneTargets NAMESPACE LibCorvane:: DESTINATION ${package_dir}
+  COMPONENT development)
 
 configure_package_config_file(cmake/LibCorvaneConfig.cmake.in
   ${PROJECT_BINARY_DIR}/LibCorvaneConfig.cmake INSTALL_DESTINATION ${package_dir})
@@ -18,7 +21,7 @@ install(FILES
   ${PROJECT_BINARY_DIR}/LibCorvaneConfig.cmake
   ${PROJECT_BINARY_DIR}/LibCorvaneConfigVersion.cmake
   ${PROJECT_SOURCE_DIR}/cmake/FindLibCorvaneOpenCV.cmake
-  DESTINATION ${package_dir})
+  DESTINATION ${package_dir} COMPONENT development)
 
 # The pkg-config file finds its prefix from its own place, unless the folders are fixed by an
 # absolute path, as some distributions do.
@@ -37,4 +40,4 @@ foreach(kind LIBDIR INCLUDEDIR)
   endif()
 endforeach()
 configure_file(cmake/LibCorvane.pc.in ${PROJECT_BINARY_DIR}/LibCorvane.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/LibCorvane.pc DESTINATION ${pc_dir})
+install(FILES ${PROJECT_BINARY_DIR}/LibCorvane.pc DESTINATION ${pc_dir} COMPONENT development)

@@ -23,11 +23,7 @@ enter_namespace() {
 }
 
 remove_debian_root() {
-    local folder
-    for folder in dev sys proc; do
-        ! mountpoint -q "$debian_root/$folder" ||
-            umount --lazy --recursive "$debian_root/$folder" || return 0
-    done
+    ! mountpoint -q "$debian_root" || umount --lazy --recursive "$debian_root" || return 0
     # Never into something that is still mounted there.
     rm -rf --one-file-system "$debian_root"
 }
@@ -52,6 +48,8 @@ make_debian_root() {
     trap remove_debian_root EXIT
     chmod 755 "$debian_root"
     unpack_debian "$suite"
+    # In there, the root is a mount as on any machine.
+    mount --bind "$debian_root" "$debian_root"
     mount -t proc proc "$debian_root/proc"
     mount --rbind /sys "$debian_root/sys"
     mount -t tmpfs -o mode=755 dev "$debian_root/dev"

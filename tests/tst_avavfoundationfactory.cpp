@@ -2,6 +2,7 @@
 // input does.
 
 #include <LibCorvane/AVAVFoundationFactory.h>
+#include <LibCorvane/common/FFmpegLayout_p.h>
 #include <LibCorvane/deskCapturers/FFMpegCapture.h>
 #include <platform/ScreenRecordingPermission_p.h>
 #include <support/Interpose.h>
@@ -104,13 +105,13 @@ void av_log_set_callback(void (*callback)(void *, int, const char *, va_list))
     REAL(av_log_set_callback)(callback);
 }
 
-const AVInputFormat *av_find_input_format(const char *name)
+corvane::InputFormat *av_find_input_format(const char *name)
 {
     script().calls << QString("find %1").arg(name);
     return script().hasFormat ? REAL(av_find_input_format)("lavfi") : nullptr;
 }
 
-int avformat_open_input(AVFormatContext **context, const char *url, const AVInputFormat *format,
+int avformat_open_input(AVFormatContext **context, const char *url, corvane::InputFormat *format,
                         AVDictionary **options)
 {
     script().calls << QString("open '%1' %2").arg(url, format ? format->name : "");

@@ -1,6 +1,7 @@
 // What one access to the store takes from the heap, in a small store and in a large one. Counted,
 // not timed: what copies members takes memory for each of them.
 #include <support/HeapCount.h>
+#include <support/HeapInUse.h>
 #include <support/LogCapture.h>
 
 #include <LibCorvane/ConfigurationManager.h>
@@ -81,6 +82,9 @@ private slots:
     void newKeysTakeLittleMoreThanTheirOwnRoom();
     void copiesOnceWhatAHostKeeps_data();
     void copiesOnceWhatAHostKeeps();
+    void savesGiveBackTheRoomOfReplacedTexts_data();
+    void savesGiveBackTheRoomOfReplacedTexts();
+    void savesLeaveReferencesAndCopiesAlone();
 
 private:
     QTemporaryDir m_directory;
@@ -194,6 +198,63 @@ void TestConfigurationMemory::copiesOnceWhatAHostKeeps()
     QVERIFY2(first >= levels * kLeastCopy, qPrintable(QString::number(first)));
     QCOMPARE(first == alone, levels == 0);
     QCOMPARE(bytesOfAccess(write), alone);
+}
+
+void TestConfigurationMemory::savesGiveBackTheRoomOfReplacedTexts_data()
+{
+    QTest::addColumn<Access>("replaceText");
+    const auto text = [](int number) { return QString::number(number).rightJustified(1000, '0'); };
+    const auto row = [](const char *name, const Access &access) { QTest::newRow(name) << access; };
+    row("of a global value",
+        [text, i = 0]() mutable { manager().setAppConfig("runtime.options.colour", text(++i)); });
+    row("of an effect", [text, i = 0]() mutable {
+        manager().setEffectJsonValue("music.wave", "options", "colour", text(++i));
+        manager().saveEffectJsonObj("music.wave");
+    });
+    row("of an object that the host changes", [text, i = 0]() mutable {
+        manager().controllerJsonObj("desk")["name"] = text(++i);
+        manager().saveControllerJsonObj("desk");
+    });
+    row("in names that were removed", [text, i = 0]() mutable {
+        manager().globalJsonObj().remove(text(i));
+        manager().globalJsonObj().insert(text(++i), true);
+        manager().saveGlobalValues();
+    });
+}
+
+// The room of what was replaced since the last fresh copy may still be there: far less than that of
+// all texts.
+void TestConfigurationMemory::savesGiveBackTheRoomOfReplacedTexts()
+{
+    QFETCH(Access, replaceText);
+    constexpr int kRounds = 1000;
+    fillStore(kFew);
+    for (int i = 0; i < 100; ++i)
+        replaceText();
+    const qint64 before = heapInUse();
+    for (int i = 0; i < kRounds; ++i)
+        replaceText();
+    const qint64 grown = heapInUse() - before;
+    QVERIFY2(grown < kRounds * 1000 / 4, qPrintable(QString::number(grown)));
+}
+
+void TestConfigurationMemory::savesLeaveReferencesAndCopiesAlone()
+{
+    fillStore(kFew);
+    QJsonObject &reference = manager().globalJsonObj();
+    const QJsonObject copy = reference;
+    for (int i = 0; i < 200; ++i) {
+        manager().setGlobalValue("runtime.options.mode", i);
+        manager().saveGlobalValues();
+    }
+    QCOMPARE(&manager().globalJsonObj(), &reference);
+    QCOMPARE(Manager::valWithXPath(reference, "runtime.options.mode").toInt(), 199);
+    QCOMPARE(Manager::valWithXPath(copy, "runtime.options.mode").toInt(), 1);
+    reference["beside"] = true;
+    manager().setGlobalValue("runtime.options.mode", 1);
+    QJsonObject expected = copy;
+    expected["beside"] = true;
+    QCOMPARE(reference, expected);
 }
 
 QTEST_GUILESS_MAIN(TestConfigurationMemory)

@@ -3,7 +3,8 @@
 
 #include <QComboBox>
 
-/// A list of things to choose from by their ids.
+/// A list of things to choose from by their ids. Long names are cut in their middle; the list's
+/// tool tips have them whole.
 class ChoiceBox : public QComboBox {
     Q_OBJECT
 public:
@@ -13,6 +14,11 @@ public:
 
     void setChoices(const QStringList &ids);
     void setChoice(const QString &id);
+
+    /// What is drawn of currentText(): as much as there is room for.
+    QString shownText() const;
+
+    QSize minimumSizeHint() const override;
 
 signals:
     /// The user chose this one.

@@ -20,7 +20,7 @@ signals:
     void modeChosen(Mode mode);
 
 private:
-    QAbstractButton *addButton(const QString &text, Mode mode);
+    QAbstractButton *addButton(const QString &text, Mode mode, const char *key);
 
     QAbstractButton *m_screen;
     QAbstractButton *m_sound;

@@ -1,12 +1,28 @@
 #include "Options.h"
 
+#include "Keys.h"
+
 #include <QCommandLineParser>
 
 namespace {
 
-QCommandLineOption flag(const char *name, const char *text)
+constexpr char kDescription[] = R"(
+Shows a display with an LED strip around it, and the live spectrum of a sound
+device. The strip follows the screen or the sound.
+
+What is chosen in the window holds for the next start, too; what is chosen here
+holds for this one. The status line counts the frames that differ from the one
+before: on a still screen there are none.)";
+
+constexpr char kStatus[] = R"(
+Exit status: 0 when all went well; 1 when there is nothing to preview, no screen
+for the window, or a picture that cannot be written; 2 for arguments that are
+wrong, or name a display or device that is not there.
+)";
+
+QCommandLineOption flag(const QStringList &names, const char *text)
 {
-    return {QString::fromLatin1(name), QString::fromLatin1(text)};
+    return {names, QString::fromLatin1(text)};
 }
 
 QCommandLineOption option(const char *name, const char *value, const char *text)
@@ -19,11 +35,12 @@ struct CommandLine {
     CommandLine();
 
     QCommandLineParser parser;
-    QCommandLineOption help = parser.addHelpOption();
-    QCommandLineOption version = parser.addVersionOption();
-    QCommandLineOption list = flag("list", "List the displays and the sound devices, and end.");
+    // Qt's own would offer --help-all, too, for options that are not read here.
+    QCommandLineOption help = flag({"h", "help"}, "Tell the options and the keys, and end.");
+    QCommandLineOption version = flag({"v", "version"}, "Tell the version, and end.");
+    QCommandLineOption list = flag({"list"}, "List the displays and the sound devices, and end.");
     QCommandLineOption headless =
-        flag("headless", "Show no window; print one status line a second.");
+        flag({"headless"}, "Show no window; print one status line a second.");
     QCommandLineOption seconds = option("seconds", "N", "End after <N> seconds.");
     QCommandLineOption snapshot =
         option("snapshot", "FILE.png",
@@ -41,12 +58,17 @@ struct CommandLine {
 
 CommandLine::CommandLine()
 {
-    parser.setApplicationDescription(QStringLiteral(
-        "Shows a display with an LED strip around it, and the live spectrum of a sound device.\n\n"
-        "The strip follows the screen or the sound. What is chosen in the window holds for the "
-        "next\nstart, too; what is chosen here holds for this one. The status line counts the "
-        "frames that\ndiffer from the one before: on a still screen there are none."));
-    parser.addOptions({list, headless, seconds, snapshot, display, device, mode, config, service});
+    parser.setApplicationDescription(QString::fromLatin1(kDescription));
+    parser.addOptions(
+        {help, version, list, headless, seconds, snapshot, display, device, mode, config, service});
+}
+
+QString helpText(const QCommandLineParser &parser)
+{
+    // The first line would name the program with its whole path.
+    const QString text = parser.helpText();
+    return QStringLiteral("Usage: corvane-preview [options]") + text.mid(text.indexOf('\n'))
+        + QStringLiteral("\nKeys in the window:\n") + keys::list() + QString::fromLatin1(kStatus);
 }
 
 Options rejected(const QString &reason)
@@ -109,7 +131,7 @@ Options parseOptions(const QStringList &arguments)
     if (!parser.parse(arguments))
         return rejected(parser.errorText());
     if (parser.isSet(line.help))
-        return printing(Options::Task::ShowHelp, parser.helpText());
+        return printing(Options::Task::ShowHelp, helpText(parser));
     if (parser.isSet(line.version))
         return printing(Options::Task::ShowVersion,
                         QStringLiteral("corvane-preview " CORVANE_PREVIEW_VERSION "\n"));

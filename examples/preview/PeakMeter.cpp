@@ -10,6 +10,7 @@
 namespace {
 
 constexpr int kFrameMs = 33;
+constexpr int kWidth = 128;
 constexpr int kPadding = 20;
 constexpr int kColumnWidth = 16;
 constexpr int kTextHeight = 22;
@@ -58,7 +59,12 @@ void PeakMeter::clear()
 
 QSize PeakMeter::sizeHint() const
 {
-    return {112, 400};
+    return {kWidth, 400};
+}
+
+QSize PeakMeter::minimumSizeHint() const
+{
+    return {kWidth, 200};
 }
 
 void PeakMeter::timerEvent(QTimerEvent *)

@@ -97,7 +97,15 @@ void PreviewSession::start()
     m_sinceBlock.start();
     m_everySecond.start(kReportMs);
     if (!m_options.headless)
-        m_window.show();
+        showWindow();
+}
+
+void PreviewSession::showWindow()
+{
+    m_window.restoreGeometry(m_settings.windowGeometry());
+    m_window.show();
+    connect(&m_window, &PreviewWindow::closing, this,
+            [this] { m_settings.setWindowGeometry(m_window.saveGeometry()); });
 }
 
 void PreviewSession::takeUpDisplays()
@@ -110,10 +118,13 @@ void PreviewSession::takeUpDisplays()
 void PreviewSession::takeUpDevices()
 {
     m_window.showDevices(m_devices);
-    if (m_devices.isEmpty())
-        complain(QStringLiteral("There is no sound input device."));
-    else
+    if (!m_devices.isEmpty()) {
         listenTo(firstAvailable({m_options.device, m_settings.device()}, m_devices));
+        return;
+    }
+    m_window.showSoundMessage(QStringLiteral("There is no sound input device.\n"
+                                             "Connect one and start again."));
+    printLine(stderr, QStringLiteral("There is no sound input device."));
 }
 
 void PreviewSession::watch(const QString &display)
@@ -123,6 +134,7 @@ void PreviewSession::watch(const QString &display)
     if (display.isEmpty()) {
         m_window.showMessage(QStringLiteral("There is no display to capture.\n"
                                             "As soon as there is one, it appears here."));
+        printLine(stderr, QStringLiteral("There is no display to capture."));
         return;
     }
     m_window.showDisplay(display);
@@ -135,9 +147,13 @@ void PreviewSession::listenTo(const QString &device)
     m_strip.forgetSound();
     showStrip();
     m_window.showDevice(device);
+    m_window.showSoundMessage(QStringLiteral("Waiting for the device's first sound."));
     m_window.showTrouble(QString());
-    if (!m_sound.listenTo(device))
-        complain(QStringLiteral("The device '%1' does not start.").arg(device));
+    if (m_sound.listenTo(device))
+        return;
+    m_window.showSoundMessage(QStringLiteral("The device does not start.\n"
+                                             "Choose another one, or this one again."));
+    complain(QStringLiteral("The device '%1' does not start.").arg(device));
 }
 
 void PreviewSession::follow(Mode mode)

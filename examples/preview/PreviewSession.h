@@ -29,6 +29,7 @@ public:
 private:
     void connectFeeds();
     void connectChoices();
+    void showWindow();
     void takeUpDisplays();
     void takeUpDevices();
     void watch(const QString &display);

@@ -1,17 +1,21 @@
 #include "PreviewWindow.h"
 
 #include "ChoiceBox.h"
+#include "ElidedLabel.h"
+#include "HelpDialog.h"
+#include "Keys.h"
 #include "ModeSwitch.h"
 #include "PeakMeter.h"
 #include "Readout.h"
 #include "SpectrumView.h"
 #include "StripView.h"
-#include "Theme.h"
+#include "Style.h"
 #include "service/ServiceBar.h"
 #include "service/ServiceMenu.h"
 
 #include <QHBoxLayout>
-#include <QLabel>
+#include <QPushButton>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace {
@@ -22,52 +26,20 @@ constexpr int kGap = 16;
 constexpr int kStripShare = 8;
 constexpr int kSpectrumShare = 5;
 
-QString hex(QRgb colour)
+template <typename Label>
+Label *makeLabel(const QString &text, const QString &role, QWidget *parent)
 {
-    return QColor(colour).name();
-}
-
-QString windowStyle()
-{
-    return QStringLiteral(
-               "PreviewWindow, QDialog { background: %1; }"
-               "QLabel, QComboBox, QPushButton, QMenu, QLineEdit, QPlainTextEdit, QListWidget"
-               "  { color: %2; font-size: 13px; }"
-               "QLabel#title { font-size: 18px; font-weight: bold; }"
-               "QLabel#value { font-size: 22px; }"
-               "QLabel#caption, QLabel#subtitle { color: %3; font-size: 11px; }"
-               "QLabel#trouble { color: %4; }"
-               "QComboBox, ModeSwitch, QMenu, QLineEdit, QPlainTextEdit, QListWidget, QProgressBar"
-               "  { background: %5; border: 1px solid %6; border-radius: 6px; }"
-               "QComboBox { padding: 6px 12px; }"
-               "QComboBox:disabled { color: %3; }"
-               "QComboBox::drop-down { border: none; width: 28px; }"
-               "QComboBox QAbstractItemView { background: %5; color: %2;"
-               "  selection-background-color: %6; }"
-               "QLineEdit, QPlainTextEdit, QListWidget { padding: 4px;"
-               "  selection-background-color: %6; }"
-               "QMenu::item { padding: 6px 24px; }"
-               "QMenu::item:selected { background: %6; }"
-               "QProgressBar { min-height: 6px; max-height: 6px; border-radius: 4px; }"
-               "QProgressBar::chunk { background: %7; border-radius: 3px; }"
-               "QPushButton { background: transparent; border: none;"
-               "  border-radius: 4px; padding: 4px 14px; color: %3; }"
-               "QPushButton:checked { background: %6; color: %2; }"
-               "QPushButton:focus { color: %2; }"
-               "ServiceMenu, ServiceBar QPushButton, QDialog QPushButton { background: %5;"
-               "  border: 1px solid %6; border-radius: 6px; padding: 6px 12px; color: %2; }"
-               "ServiceMenu { padding-right: 28px; }"
-               "ServiceMenu::menu-indicator { subcontrol-position: right center; right: 10px; }"
-               "QDialog QPushButton:disabled { color: %3; }")
-        .arg(hex(theme::kGround), hex(theme::kText), hex(theme::kQuietText), hex(theme::kMeterHigh),
-             hex(theme::kPanel), hex(theme::kLine), hex(theme::kLeft));
-}
-
-QLabel *makeLabel(const QString &text, const QString &role, QWidget *parent)
-{
-    auto *label = new QLabel(text, parent);
+    auto *label = new Label(text, parent);
     label->setObjectName(role);
     return label;
+}
+
+/// For those who do not see it, and for those who rest the mouse on it.
+void name(QWidget *widget, const QString &text, const char *key = nullptr)
+{
+    widget->setAccessibleName(text);
+    if (key)
+        widget->setToolTip(QStringLiteral("%1 (%2)").arg(text, QString::fromLatin1(key)));
 }
 
 } // namespace
@@ -76,8 +48,9 @@ PreviewWindow::PreviewWindow(const StripLayout &layout, QWidget *parent)
     : QWidget(parent)
     , m_mode(new ModeSwitch(this))
     , m_displays(new ChoiceBox(QStringLiteral("Display %1"), QStringLiteral("No display"), this))
-    , m_devices(new ChoiceBox(QStringLiteral("%1"), QStringLiteral("No sound device"), this))
+    , m_devices(new ChoiceBox(QStringLiteral("%1"), QStringLiteral("No device"), this))
     , m_serviceMenu(new ServiceMenu(this))
+    , m_help(new QPushButton(QStringLiteral("?"), this))
     , m_strip(new StripView(layout, this))
     , m_spectrum(new SpectrumView(this))
     , m_meter(new PeakMeter(this))
@@ -85,7 +58,7 @@ PreviewWindow::PreviewWindow(const StripLayout &layout, QWidget *parent)
     , m_mean(new Readout(QStringLiteral("mean colour"), this))
     , m_loudest(new Readout(QStringLiteral("loudest frequency"), this))
     , m_blocks(new Readout(QStringLiteral("blocks per second"), this))
-    , m_trouble(makeLabel(QString(), QStringLiteral("trouble"), this))
+    , m_trouble(makeLabel<ElidedLabel>(QString(), QStringLiteral("trouble"), this))
     , m_serviceBar(new ServiceBar(this))
 {
     setWindowTitle(QStringLiteral("LibCorvane preview"));
@@ -94,6 +67,9 @@ PreviewWindow::PreviewWindow(const StripLayout &layout, QWidget *parent)
     connect(m_mode, &ModeSwitch::modeChosen, this, &PreviewWindow::modeChosen);
     connect(m_displays, &ChoiceBox::chosen, this, &PreviewWindow::displayChosen);
     connect(m_devices, &ChoiceBox::chosen, this, &PreviewWindow::deviceChosen);
+    connect(m_help, &QPushButton::clicked, this, &PreviewWindow::openHelp);
+    nameParts();
+    addKeys();
 
     auto *rows = new QVBoxLayout(this);
     rows->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
@@ -104,21 +80,78 @@ PreviewWindow::PreviewWindow(const StripLayout &layout, QWidget *parent)
     rows->addWidget(m_serviceBar);
 }
 
+void PreviewWindow::nameParts()
+{
+    m_help->setObjectName(QStringLiteral("help"));
+    name(m_mode, QStringLiteral("What lights the strip"));
+    name(m_displays, QStringLiteral("Display"), keys::kDisplay);
+    name(m_devices, QStringLiteral("Sound device"), keys::kDevice);
+    name(m_help, QStringLiteral("Keys and version"), keys::kHelp);
+    name(m_strip, QStringLiteral("The display with its LED strip"));
+    name(m_spectrum, QStringLiteral("Spectrum of the sound"));
+    name(m_meter, QStringLiteral("Peak levels of the sound"));
+    name(m_serviceBar, QStringLiteral("News from the service"));
+}
+
+void PreviewWindow::addKeys()
+{
+    addKey(keys::kFollowScreen, [this] { chooseMode(Mode::Screen); });
+    addKey(keys::kFollowSound, [this] { chooseMode(Mode::Sound); });
+    addKey(keys::kDisplay, [this] { m_displays->setFocus(Qt::ShortcutFocusReason); });
+    addKey(keys::kDevice, [this] { m_devices->setFocus(Qt::ShortcutFocusReason); });
+    addKey(keys::kFullScreen, [this] { setWindowState(windowState() ^ Qt::WindowFullScreen); });
+    addKey(keys::kLeaveFullScreen,
+           [this] { setWindowState(windowState() & ~Qt::WindowFullScreen); });
+    addKey(keys::kHelp, [this] { openHelp(); });
+    addKey(keys::kQuit, [this] { close(); });
+}
+
+template <typename Action>
+void PreviewWindow::addKey(const char *key, Action action)
+{
+    auto *shortcut = new QShortcut(QKeySequence(QString::fromLatin1(key)), this);
+    connect(shortcut, &QShortcut::activated, this, action);
+}
+
+void PreviewWindow::chooseMode(Mode mode)
+{
+    showMode(mode);
+    emit modeChosen(mode);
+}
+
+void PreviewWindow::openHelp()
+{
+    auto *dialog = new HelpDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+}
+
+void PreviewWindow::closeEvent(QCloseEvent *event)
+{
+    emit closing();
+    QWidget::closeEvent(event);
+}
+
 QLayout *PreviewWindow::makeHeader()
 {
     auto *titles = new QVBoxLayout;
     titles->setSpacing(2);
-    titles->addWidget(makeLabel(QStringLiteral("LibCorvane"), QStringLiteral("title"), this));
-    titles->addWidget(makeLabel(QStringLiteral("a display, its LED strip and a sound device, live"),
-                                QStringLiteral("subtitle"), this));
+    titles->addWidget(
+        makeLabel<QLabel>(QStringLiteral("LibCorvane"), QStringLiteral("title"), this));
+    auto *subtitle =
+        makeLabel<ElidedLabel>(QStringLiteral("a display, its LED strip and a sound device, live"),
+                               QStringLiteral("subtitle"), this);
+    // What the choices leave is enough for it.
+    subtitle->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    titles->addWidget(subtitle);
     auto *header = new QHBoxLayout;
     header->setSpacing(kGap);
-    header->addLayout(titles);
-    header->addStretch(1);
+    header->addLayout(titles, 1);
     header->addWidget(m_mode);
     header->addWidget(m_displays);
     header->addWidget(m_devices);
     header->addWidget(m_serviceMenu);
+    header->addWidget(m_help);
     return header;
 }
 
@@ -138,8 +171,8 @@ QLayout *PreviewWindow::makeFooter()
     footer->setSpacing(3 * kGap);
     for (Readout *readout : {m_frames, m_mean, m_loudest, m_blocks})
         footer->addWidget(readout);
-    footer->addStretch(1);
-    footer->addWidget(m_trouble);
+    m_trouble->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    footer->addWidget(m_trouble, 1);
     return footer;
 }
 
@@ -178,6 +211,11 @@ void PreviewWindow::showPicture(const QImage &picture)
 void PreviewWindow::showMessage(const QString &text)
 {
     m_strip->showMessage(text);
+}
+
+void PreviewWindow::showSoundMessage(const QString &text)
+{
+    m_spectrum->showMessage(text);
 }
 
 void PreviewWindow::showColours(const QVector<QRgb> &colours)

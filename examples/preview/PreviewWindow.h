@@ -10,9 +10,10 @@
 #include <QWidget>
 
 class ChoiceBox;
+class ElidedLabel;
 class ModeSwitch;
 class PeakMeter;
-class QLabel;
+class QPushButton;
 class Readout;
 class ServiceBar;
 class ServiceMenu;
@@ -35,6 +36,8 @@ public:
     void showPicture(const QImage &picture);
     /// A text in place of the monitor's picture.
     void showMessage(const QString &text);
+    /// A text in place of the spectrum, until sound comes.
+    void showSoundMessage(const QString &text);
     void showColours(const QVector<QRgb> &colours);
     void showBlock(const QVector<SoundChannel> &block);
     void showPeaks(const Peaks &peaks);
@@ -54,8 +57,19 @@ signals:
     void displayChosen(const QString &display);
     void deviceChosen(const QString &device);
     void modeChosen(Mode mode);
+    /// The user closes the window, which still is where it was.
+    void closing();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
 
 private:
+    void nameParts();
+    void addKeys();
+    template <typename Action>
+    void addKey(const char *key, Action action);
+    void chooseMode(Mode mode);
+    void openHelp();
     QLayout *makeHeader();
     QLayout *makeMiddle();
     QLayout *makeFooter();
@@ -64,6 +78,7 @@ private:
     ChoiceBox *m_displays;
     ChoiceBox *m_devices;
     ServiceMenu *m_serviceMenu;
+    QPushButton *m_help;
     StripView *m_strip;
     SpectrumView *m_spectrum;
     PeakMeter *m_meter;
@@ -71,7 +86,7 @@ private:
     Readout *m_mean;
     Readout *m_loudest;
     Readout *m_blocks;
-    QLabel *m_trouble;
+    ElidedLabel *m_trouble;
     ServiceBar *m_serviceBar;
 };
 

@@ -10,6 +10,7 @@ Readout::Readout(const QString &caption, QWidget *parent)
     auto *captionLabel = new QLabel(caption, this);
     m_value->setObjectName(QStringLiteral("value"));
     captionLabel->setObjectName(QStringLiteral("caption"));
+    m_value->setAccessibleName(caption);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

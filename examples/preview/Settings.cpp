@@ -13,6 +13,7 @@ namespace {
 
 const char kDisplayKey[] = "preview.display";
 const char kDeviceKey[] = "preview.device";
+const char kWindowKey[] = "preview.window";
 const char kOptionProperty[] = "runtime.options.deskCaptureOption";
 
 ConfigurationManager *configuration()
@@ -65,6 +66,18 @@ QString Settings::device() const
 void Settings::setDevice(const QString &device)
 {
     configuration()->setAppConfig(kDeviceKey, device);
+}
+
+// JSON has no bytes.
+QByteArray Settings::windowGeometry() const
+{
+    const QString text = configuration()->globalValue(kWindowKey).toString();
+    return QByteArray::fromBase64(text.toLatin1());
+}
+
+void Settings::setWindowGeometry(const QByteArray &geometry)
+{
+    configuration()->setAppConfig(kWindowKey, QString::fromLatin1(geometry.toBase64()));
 }
 
 Mode Settings::mode() const

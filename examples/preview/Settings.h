@@ -3,6 +3,7 @@
 
 #include "Mode.h"
 
+#include <QByteArray>
 #include <QString>
 
 /// The user's choices, kept by the library's ConfigurationManager. One for the application, made
@@ -21,6 +22,10 @@ public:
     /// The chosen sound device; empty when none was.
     QString device() const;
     void setDevice(const QString &device);
+
+    /// Where the window was, as QWidget::saveGeometry() tells it; empty when it never was.
+    QByteArray windowGeometry() const;
+    void setWindowGeometry(const QByteArray &geometry);
 
     Mode mode() const;
     void setMode(Mode mode);

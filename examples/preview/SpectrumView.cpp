@@ -64,6 +64,7 @@ void SpectrumView::showBlock(const QVector<SoundChannel> &block)
     m_binWidth = physicalFrequency(bins[1].frequency) - m_lowest;
     m_left.target = filledParts(bins);
     m_right.target = filledParts(block[1].spectrums);
+    m_message.clear();
     fall();
 }
 
@@ -72,12 +73,24 @@ void SpectrumView::clear()
     m_left = {};
     m_right = {};
     m_binWidth = 0.0;
+    m_message.clear();
     update();
+}
+
+void SpectrumView::showMessage(const QString &text)
+{
+    clear();
+    m_message = text;
 }
 
 QSize SpectrumView::sizeHint() const
 {
     return {760, 400};
+}
+
+QSize SpectrumView::minimumSizeHint() const
+{
+    return {200, 200};
 }
 
 void SpectrumView::timerEvent(QTimerEvent *)
@@ -114,7 +127,10 @@ void SpectrumView::paintEvent(QPaintEvent *)
     painter.setFont(smallFont(font()));
     paintLevels(painter, area.top(), half, true);
     paintLevels(painter, area.bottom() - half, half, false);
-    paintAxis(painter);
+    if (m_message.isEmpty())
+        paintAxis(painter);
+    else
+        paintMessage(painter);
     paintBars(painter, m_left, theme::kLeft, true);
     paintBars(painter, m_right, theme::kRight, false);
 }
@@ -131,6 +147,14 @@ void SpectrumView::paintLevels(QPainter &painter, qreal top, qreal height, bool 
         painter.drawText(QRectF(area.left() - kScaleWidth, y - 8, kScaleWidth - 10, 16),
                          Qt::AlignRight | Qt::AlignVCenter, levelName(decibel));
     }
+}
+
+void SpectrumView::paintMessage(QPainter &painter) const
+{
+    const QRectF area = chart();
+    painter.setFont(font());
+    painter.setPen(QColor(theme::kQuietText));
+    painter.drawText(area, Qt::AlignCenter | Qt::TextWordWrap, m_message);
 }
 
 void SpectrumView::paintAxis(QPainter &painter) const

@@ -16,8 +16,11 @@ public:
     void showBlock(const QVector<SoundChannel> &block);
     /// Forgets the sound, as for another device.
     void clear();
+    /// A text in the middle until the next block.
+    void showMessage(const QString &text);
 
     QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -31,6 +34,7 @@ private:
 
     QRectF chart() const;
     void fall();
+    void paintMessage(QPainter &painter) const;
     void paintAxis(QPainter &painter) const;
     void paintLevels(QPainter &painter, qreal top, qreal height, bool upwards) const;
     void paintBars(QPainter &painter, const Bars &bars, QRgb colour, bool upwards) const;
@@ -40,6 +44,7 @@ private:
     /// The true distance of two bins in Hz; 0 before the first block.
     double m_binWidth = 0.0;
     double m_lowest = 0.0;
+    QString m_message;
     QElapsedTimer m_sinceFall;
 };
 

@@ -74,6 +74,11 @@ QSize StripView::sizeHint() const
     return {640, 400};
 }
 
+QSize StripView::minimumSizeHint() const
+{
+    return {240, 200};
+}
+
 void StripView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);

@@ -25,6 +25,7 @@ public:
     QRectF ledArea(int key) const;
 
     QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

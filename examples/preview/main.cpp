@@ -6,10 +6,12 @@
 #include <LibCorvane/deskCapturers/AVFoundationCaptureImpl.h>
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QLoggingCategory>
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 namespace {
 
@@ -56,12 +58,56 @@ QString unknownAmong(const Options &options, const QStringList &displays,
     return {};
 }
 
-int preview(const Options &options, int argc, char **argv)
+// Why a picture cannot be written, found before the run and not at its end; or an empty string.
+QString obstacleTo(const QString &picture)
+{
+    const QFileInfo file(picture);
+    const QFileInfo folder(file.absolutePath());
+    if (file.isDir())
+        return QStringLiteral("it is a folder");
+    if (!folder.isDir())
+        return QStringLiteral("there is no folder '%1'").arg(folder.filePath());
+    if (!(file.exists() ? file : folder).isWritable())
+        return QStringLiteral("writing there is not permitted");
+    return {};
+}
+
+// Qt ends the process where it finds no screen, after some lines on its plug-ins. Here it does so
+// with one line that helps.
+void endWithoutScreen(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    static QString reason;
+    if (type != QtFatalMsg) {
+        if (reason.isEmpty() && type == QtWarningMsg)
+            reason = QStringLiteral(" (%1)").arg(text.trimmed());
+        return;
+    }
+    const QString line = QStringLiteral("There is no screen for a window%1. Start the preview on a "
+                                        "desktop, or with --headless.\n");
+    std::_Exit(say(stderr, line.arg(reason), kFailed));
+}
+
+std::unique_ptr<QApplication> makeApplication(bool headless, int &argc, char **argv)
 {
     // Without a window Qt needs no screen of its own, and survives the loss of one.
-    if (options.headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+    if (headless && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    const auto usualHandler = qInstallMessageHandler(endWithoutScreen);
+    auto application = std::make_unique<QApplication>(argc, argv);
+    qInstallMessageHandler(usualHandler);
+    return application;
+}
+
+int preview(const Options &options, int argc, char **argv)
+{
+    const QString obstacle = options.snapshot.isEmpty() ? QString() : obstacleTo(options.snapshot);
+    if (!obstacle.isEmpty())
+        return say(stderr,
+                   QStringLiteral("Cannot write '%1': %2.\n").arg(options.snapshot, obstacle),
+                   kFailed);
+    const auto application = makeApplication(options.headless, argc, argv);
     // What the service's version is compared with.
     QCoreApplication::setApplicationVersion(QStringLiteral(CORVANE_PREVIEW_VERSION));
     if (!options.service.isEmpty())
@@ -73,7 +119,9 @@ int preview(const Options &options, int argc, char **argv)
     if (!unknown.isEmpty())
         return say(stderr, unknown + QStringLiteral("; --list names them.\n"), kBadArguments);
     if (options.headless && devices.isEmpty() && screen.displays().isEmpty())
-        return say(stderr, QStringLiteral("There is neither a display nor a sound input device.\n"),
+        return say(stderr,
+                   QStringLiteral("There is neither a display nor a sound input device. Connect a "
+                                  "device, or let DISPLAY name an X server.\n"),
                    kFailed);
 
     PreviewSession session(options, settings, screen, devices);

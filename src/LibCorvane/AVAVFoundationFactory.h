@@ -27,8 +27,8 @@ Q_DECLARE_TYPEINFO(DeviceInfo, Q_MOVABLE_TYPE);
 /// Instances hold nothing: the lists belong to the process, and every instance shows the same ones.
 ///
 /// \par Threads
-/// All operations may be called on any thread. Two listings at the same time may mix up their
-/// lists; list on one thread.
+/// All operations may be called on any thread. Two listings at the same time, those of
+/// FFMpegCapture::listDevices() included, may mix up their lists; list on one thread.
 class LIBCORVANE_EXPORT AVAVFoundationFactory {
 public:
     /// Sets FFmpeg up with the first instance in the process: its network, its devices, and the log
@@ -45,10 +45,12 @@ public:
     ///         the permission is there now, true or false.
     bool sanDevices();
 
-    /// The screens of the last listing; empty before the first one. Cameras are left out.
+    /// The screens of the last listing, without cameras.
+    /// \return in FFmpeg's order; empty before the first listing.
     QList<DeviceInfo> videoDevices() const;
 
-    /// The sound inputs of the last listing; empty before the first one.
+    /// The sound inputs of the last listing.
+    /// \return in FFmpeg's order; empty before the first listing.
     QList<DeviceInfo> audioDevices() const;
 };
 

@@ -1,6 +1,7 @@
 #include "ConfigurationManager.h"
 
 #include "ControllerLayout_p.h"
+#include "JsonCopy_p.h"
 #include "JsonPath_p.h"
 #include "SettingsFile_p.h"
 
@@ -20,6 +21,9 @@ constexpr const char *kSubDirectories[] = {"controllers", "logs", "effects", "du
 // The two files are no directories, so they stay, and each is warned of: hosts know these lines.
 constexpr const char *kResetEntries[] = {"/resources", "/effects", "/controllers", "/global.json",
                                          "/config.json"};
+
+// A fresh copy takes a little longer than the save itself: 4 % on top of all saves.
+constexpr int kSavesPerFreshCopy = 32;
 
 QString globalName()
 {
@@ -112,8 +116,8 @@ QJsonObject &ConfigurationManager::jsonObject(const QString &name)
 {
     auto entry = m_objects.find(name);
     if (entry == m_objects.end())
-        entry = m_objects.insert(name, loadJsonObjectFromFile(filePath(name)));
-    return *entry;
+        entry = m_objects.insert(name, {loadJsonObjectFromFile(filePath(name))});
+    return entry->object;
 }
 
 QJsonObject ConfigurationManager::loadJsonObjectFromFile(const QString &path)
@@ -136,9 +140,12 @@ QJsonObject ConfigurationManager::loadJsonObjectFromFile(const QString &path)
 void ConfigurationManager::saveJsonObject(const QString &name)
 {
     const QString path = filePath(name);
-    const auto error = rewriteFile(path, QJsonDocument(m_objects[name]).toJson());
+    CachedObject &cached = m_objects[name];
+    const auto error = rewriteFile(path, QJsonDocument(cached.object).toJson());
     if (error)
         qCritical() << "Failed to opened :" << path << "errStr: " << *error;
+    if (++cached.saves % kSavesPerFreshCopy == 0)
+        cached.object = freshCopy(cached.object);
 }
 
 void ConfigurationManager::save()

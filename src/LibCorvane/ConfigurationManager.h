@@ -105,8 +105,9 @@ class LIBCORVANE_EXPORT ConfigurationManager : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY(ConfigurationManager)
 public:
-    /// The only object, never null. The first call makes it, and the data directory. The caller
-    /// does not own it and must not use it from destructors of static objects.
+    /// The only object. The first call makes it, and the data directory.
+    /// \return never null. The caller does not own it and must not use it from destructors of
+    ///         static objects.
     static ConfigurationManager *instance();
 
     /// Sets #gsConfigPath: the data root of the object that the first instance() will make. Once
@@ -114,13 +115,16 @@ public:
     /// \param path an absolute path without a trailing "/"; empty for the default location.
     static void setConfigPath(const QString &path);
 
-    /// The data root: an absolute path without a trailing "/".
+    /// The data root.
+    /// \return an absolute path without a trailing "/".
     QString configPath() const;
 
-    /// Where downloaded files go: the data root followed by "/resources".
+    /// Where downloaded files go.
+    /// \return the data root followed by "/resources".
     QString resourcesPath() const;
 
-    /// Where log files go: the data root followed by "/logs".
+    /// Where log files go.
+    /// \return the data root followed by "/logs".
     QString logsPath() const;
 
     /// The object of a cache name, read from its file at the first use.
@@ -154,9 +158,11 @@ public:
     /// keep the others from being written.
     void save();
 
-    /// The object "global", as jsonObject() gives it. The same object as globalJsonObj().
+    /// The object "global", the same as globalJsonObj().
+    /// \return as jsonObject() gives it, and as long valid.
     QJsonObject &AppConfigJsonObj();
-    /// The object "global", as jsonObject() gives it. The same object as AppConfigJsonObj().
+    /// The object "global", the same as AppConfigJsonObj().
+    /// \return as jsonObject() gives it, and as long valid.
     QJsonObject &globalJsonObj();
 
     /// Writes the object "global" with saveJsonObject().
@@ -166,54 +172,82 @@ public:
     /// Writes the object "global" with saveJsonObject().
     void saveGlobalValues();
 
-    /// The value at a key path of the object "global"; see valWithXPath() for missing values.
+    /// A value of the object "global".
+    /// \param path a key path, such as window.theme.mode.
+    /// \return the value; see valWithXPath() for one that is missing.
     QJsonValue globalValue(const QString &path);
     /// The same as globalValue().
+    /// \param path a key path.
+    /// \return the value; see valWithXPath() for one that is missing.
     QJsonValue appConfig(const QString &path);
 
     /// Sets a value of the object "global" in memory; see setValWithXPath(). Nothing is written and
     /// no signal is emitted.
+    /// \param path a key path; without a key it changes nothing.
+    /// \param value Undefined removes the member.
     void setGlobalValue(const QString &path, const QJsonValue &value);
-    /// The same with the path already split, in the object of instance(). An empty list changes
-    /// nothing.
+    /// The same with the path already split, in the object of instance().
+    /// \param keys from the top; a key may hold any character. An empty list changes nothing.
+    /// \param value Undefined removes the member.
     static void setGlobalValue(const QStringList &keys, const QJsonValue &value);
 
     /// Sets a value as setGlobalValue() does, writes the object "global" at once, then emits
     /// appConfigChanged(), also when writing failed; see saveJsonObject() for the log line.
+    /// \param path a key path; the signal carries it as it stands.
+    /// \param value Undefined removes the member.
     void setAppConfig(const QString &path, const QJsonValue &value);
 
-    /// The object of a controller: jsonObject() of "controllers/" + \p controller.
+    /// The object of a controller.
+    /// \param controller its name; any text, but see the class description on names.
+    /// \return jsonObject() of "controllers/" + \p controller.
     QJsonObject &controllerJsonObj(const QString &controller);
     /// Writes the object of a controller with saveJsonObject().
+    /// \param controller its name.
     void saveControllerJsonObj(const QString &controller);
 
-    /// The object of an effect: jsonObject() of "effects/" + \p effect, with "_" for each ".".
+    /// The object of an effect.
+    /// \param effect its name, such as music.wave; any text, but see the class description.
+    /// \return jsonObject() of "effects/" + \p effect, with "_" for each ".".
     QJsonObject &effectJsonObj(QString effect);
     /// Writes the object of an effect with saveJsonObject().
+    /// \param effect its name.
     void saveEffectJsonObj(QString effect);
 
     /// A setting of an effect.
     ///
     /// Reading a group that the effect does not have adds it, as null, to the object in memory; the
     /// next save writes that.
+    /// \param effect the effect's name.
+    /// \param group a top-level member of its object, by its plain name.
     /// \param key a member of the group; empty for the group itself.
     /// \return Undefined when the group has no such key or is no object. Null for a missing group
     ///         that is read whole.
     QJsonValue effectJsonValue(QString effect, QString group, QString key);
 
-    /// The same as a QVariant, by QJsonValue::toVariant(): a missing key gives an invalid one.
+    /// The same as a QVariant.
+    /// \param effect the effect's name.
+    /// \param group a top-level member of its object, by its plain name.
+    /// \param key a member of the group; empty for the group itself.
+    /// \return QJsonValue::toVariant() of the value: an invalid one for a missing key.
     QVariant effectVariant(QString effect, QString group, QString key);
 
     /// Sets a setting of an effect in memory; saveEffectJsonObj() writes it. A group that is
     /// missing becomes an object, and one that holds anything but an object loses it to an object.
     ///
+    /// \param effect the effect's name.
+    /// \param group a top-level member of its object, by its plain name.
     /// \param key a member of the group; empty to replace the group itself.
     /// \param value Undefined removes the key, or the group.
     void setEffectJsonValue(QString effect, QString group, QString key, const QJsonValue &value);
 
     /// Sets a key of a group as setEffectJsonValue() does, to what QJsonValue::fromVariant() makes
-    /// of \p value. But an empty key does not stand for the group: it is a member with an empty
-    /// name.
+    /// of \p value.
+    ///
+    /// \param effect the effect's name.
+    /// \param group a top-level member of its object, by its plain name.
+    /// \param key a member of the group. An empty one does not stand for the group here: it is a
+    ///        member with an empty name.
+    /// \param value what to keep; an invalid one becomes null.
     void setEffectVariant(QString effect, QString group, QString key, QVariant value);
 
     /// A setting of an effect, or of its default settings as long as the effect has none.
@@ -224,6 +258,9 @@ public:
     /// a file that cannot be read leaves an empty object. Later reads find the group in memory;
     /// saveEffectJsonObj() writes it.
     ///
+    /// \param effect the effect's name.
+    /// \param group a top-level member of its object, by its plain name.
+    /// \param key a member of the group; empty for the group itself.
     /// \param defaultPath the default file's full path, extension included. It is not read as long
     ///        as the setting is there.
     /// \return the value. From the default file, after a line at debug level ("Succeeded to get
@@ -253,6 +290,8 @@ public:
 
     /// The value at a key path of an object.
     ///
+    /// \param object where the path begins; not changed.
+    /// \param path a key path; see the class description.
     /// \return the object itself for the empty path. Null when a step on the way is missing or is
     ///         no object; Undefined when only the last member is missing, or when the path is made
     ///         of dots only. No part of the object is copied: a text, an array or an object shares
@@ -262,10 +301,17 @@ public:
 
     /// Sets the value at a key path of an object, in place. Objects that are missing on the way are
     /// made, and what stands there and is no object is replaced by one. Members beside the way are
-    /// kept. An Undefined value removes the last member. A path without a key changes nothing.
+    /// kept.
+    /// \param object where the path begins.
+    /// \param path a key path; one without a key changes nothing.
+    /// \param value Undefined removes the last member.
     static void setValWithXPath(QJsonObject &object, const QString &path, const QJsonValue &value);
 
-    /// The same with the path already split; a key may hold any character then, dots included.
+    /// The same with the path already split.
+    /// \param object where the path begins.
+    /// \param keys from the top; a key may hold any character, dots included. An empty list
+    ///        changes nothing.
+    /// \param value Undefined removes the last member.
     /// \return the changed object. As long as it is kept it shares the object's data, which makes
     ///         the next change of the object copy its top level.
     static QJsonValue setValWithXPath(QJsonObject &object, QStringList keys,
@@ -333,11 +379,16 @@ private:
     ConfigurationManager();
     ~ConfigurationManager() override;
 
+    struct CachedObject {
+        QJsonObject object;
+        int saves = 0;
+    };
+
     QString filePath(const QString &name) const;
 
     static std::unique_ptr<ConfigurationManager> s_instance;
 
-    QHash<QString, QJsonObject> m_objects;
+    QHash<QString, CachedObject> m_objects;
     QString m_configPath;
 };
 
@@ -359,6 +410,7 @@ LIBCORVANE_EXPORT bool removeDirectory(const QString &path);
 ///
 /// For hosts that read such steps themselves: key paths know no array steps. May be called from
 /// any thread.
+/// \param text what to look through.
 /// \param[out] index the number; 0 when it does not fit an int; left alone when there is none.
 /// \return whether there is an index and it fits an int.
 LIBCORVANE_EXPORT bool isArrayIndex(const QString &text, int &index);

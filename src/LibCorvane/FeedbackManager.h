@@ -66,13 +66,15 @@ class LIBCORVANE_EXPORT FeedbackManager : public QObject {
 public:
     /// Reads the contact information back from the configuration store, has that save its global
     /// values, and chooses the package's name, feedbackFileName(), from the network hardware
-    /// address and the local time. Makes no file of its own. \param parent owns the object; may be
-    /// null.
+    /// address and the local time. Makes no file of its own.
+    /// \param parent owns the object; may be null.
     explicit FeedbackManager(QObject *parent = nullptr);
+
+    /// Leaves all files where they are.
     ~FeedbackManager() override;
 
-    /// The hardware address of the first network interface that is no loop-back one, up or down, as
-    /// Qt writes it, for example "3C:22:FB:01:02:03". Empty when there is none.
+    /// The hardware address of the first network interface that is no loop-back one, up or down.
+    /// \return as Qt writes it, for example "3C:22:FB:01:02:03". Empty when there is none.
     QString getMacAddress() const;
 
     /// Builds the package; see the class description. Each file is read whole into memory, one at
@@ -125,12 +127,18 @@ public:
     /// and line feed, and the target at debug level. A copy that fails is not reported.
     void copyAppleCrashLogs();
 
-    /// What setUserContactInfo() was last given, in this object or one before; may be empty.
+    /// How to reach the user.
+    /// \return what setUserContactInfo() was last given, in this object or one before; may be
+    ///         empty.
     QString userContactInfo() const;
-    /// What setUserMsg() of this object was last given; at first empty.
+
+    /// The user's message.
+    /// \return what setUserMsg() of this object was last given; at first empty.
     QString userMsg() const;
-    /// The full path of the package, chosen at creation: data root + "/Corvane_" + getMacAddress()
-    /// + "_" + the time as "yyyy-MM-dd_hh-mm-ss" + ".zip". It need not exist.
+
+    /// The package's name, chosen at creation.
+    /// \return a full path: data root + "/Corvane_" + getMacAddress() + "_" + the time as
+    ///         "yyyy-MM-dd_hh-mm-ss" + ".zip". It need not exist.
     QString feedbackFileName() const;
 
 public Q_SLOTS:
@@ -140,11 +148,14 @@ public Q_SLOTS:
     /// A file that is there is written over, not shortened: the end of a longer message before
     /// stays. A file that cannot be opened is logged at warning level, "Failed to open user
     /// feedback message file. " reason; a write that fails is not.
+    /// \param msg any text.
     void setUserMsg(QString msg);
 
     /// Renames the message file, if there is one, after the new contact information, keeps that and
     /// has the configuration store save it as "userContactInfo". A rename that fails, as onto a
     /// file that exists, is not reported: the old file then stays.
+    /// \param contactInfo a text that is good in a file name; see the class description. May be
+    ///        empty.
     void setUserContactInfo(QString contactInfo);
 
 private:

@@ -34,8 +34,11 @@ class FeedbackManager;
 /// second follow those of the first.
 ///
 /// \par Threads
-/// Everything happens on the thread that owns the object, normally the main thread, and needs its
-/// event loop: operations, signals, completion functions and log lines. There are no locks.
+/// Everything happens on the thread that made the object, and needs its event loop: operations,
+/// signals, completion functions and log lines. There are no locks, and the object cannot be moved
+/// to another thread. As it uses the ConfigurationManager, its thread is that one's, normally the
+/// main thread. setServiceHost() and serviceHost() belong there too. compareVersion() and
+/// convertDateMacro() may be called on any thread.
 ///
 /// \par Re-entrancy
 /// uploadAppOnOffTime() with a close time handles all events of its thread while it waits: timers,
@@ -65,9 +68,10 @@ public:
     ///        as "127.0.0.1:8080"; an address of IPv6 in brackets. Empty for the default.
     static void setServiceHost(const QString &hostAndPort);
 
-    /// The host that requests go to: what setServiceHost() was given, or the default that the
-    /// library was built with (LIBCORVANE_SERVICE_HOST). Unless it was built with another one,
-    /// that is "service.corvane.invalid", which no network resolves.
+    /// The host that requests go to.
+    /// \return what setServiceHost() was given, or the default that the library was built with
+    ///         (LIBCORVANE_SERVICE_HOST). Unless it was built with another one, that is
+    ///         "service.corvane.invalid", which no network resolves.
     static QString serviceHost();
 
     /// Asks the service for the newest version of this executable.
@@ -186,14 +190,18 @@ private:
 /// Versions are split at "." and compared part by part as decimal numbers. A part that is missing,
 /// empty or no number ("3-beta") counts as 0, so that "1.2" and "1.2.0" are equal.
 /// May be called on any thread.
+/// \param a a version, such as "1.10".
+/// \param b the version to compare with.
+/// \return true only when \p a is greater; false for equal ones.
 LIBCORVANE_EXPORT bool compareVersion(QString a, QString b);
 
-/// The date in a text such as "Mar 14 2024": an English month of three letters, blank, day of two
-/// digits, blank, year of four. Invalid for any other text.
+/// The date in a text such as "Mar 14 2024".
 ///
-/// For the compiler's __DATE__; but compilers write days below 10 with a blank in place of the
+/// For the compiler's `__DATE__`; but compilers write days below 10 with a blank in place of the
 /// first digit ("Mar  4 2024"), which is passed on to QDate::fromString() like that and gives no
 /// date. May be called on any thread.
+/// \param date an English month of three letters, blank, day of two digits, blank, year of four.
+/// \return the date; an invalid one for any other text.
 LIBCORVANE_EXPORT QDate convertDateMacro(const QString &date);
 
 #endif

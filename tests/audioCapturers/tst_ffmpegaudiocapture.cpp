@@ -22,14 +22,6 @@ namespace {
 
 constexpr int kRate = 44100;
 
-int fill(AVPacket *packet, const QByteArray &bytes)
-{
-    const int code = av_new_packet(packet, bytes.size());
-    if (code == 0)
-        std::copy(bytes.cbegin(), bytes.cend(), packet->data);
-    return code;
-}
-
 /// Has the decoder go on with another rate from this packet on.
 int changeRate(AVPacket *packet, int sampleRate)
 {
@@ -39,14 +31,6 @@ int changeRate(AVPacket *packet, int sampleRate)
     qToLittleEndian<quint32>(AV_SIDE_DATA_PARAM_CHANGE_SAMPLE_RATE, data);
     qToLittleEndian<quint32>(quint32(sampleRate), data + 4);
     return 0;
-}
-
-/// Gives the packets one by one, and then an error.
-std::function<int(AVPacket *)> reading(const QVector<QByteArray> &packets)
-{
-    return [packets, next = 0](AVPacket *packet) mutable {
-        return next == packets.size() ? AVERROR_EOF : fill(packet, packets[next++]);
-    };
 }
 
 /// False after an error of the decoder.

@@ -35,6 +35,10 @@ bool fails(const char *function, const char *option)
     return failingCall == QLatin1String(function) + ' ' + QLatin1String(option);
 }
 
+// More const since FFmpeg 7.
+using ConvertOut = ArgumentOf<decltype(swr_convert), 1>;
+using ConvertIn = ArgumentOf<decltype(swr_convert), 3>;
+
 } // namespace
 
 #define REAL(function) nextFunction<decltype(function)>(#function)
@@ -51,7 +55,7 @@ int swr_init(SwrContext *context)
     return fails("swr_init") ? kCode : REAL(swr_init)(context);
 }
 
-int swr_convert(SwrContext *context, uint8_t **out, int outCount, const uint8_t **in, int inCount)
+int swr_convert(SwrContext *context, ConvertOut out, int outCount, ConvertIn in, int inCount)
 {
     return fails("swr_convert") ? kCode : REAL(swr_convert)(context, out, outCount, in, inCount);
 }
@@ -66,13 +70,6 @@ int av_opt_set_sample_fmt(void *object, const char *name, AVSampleFormat format,
     return fails("av_opt_set_sample_fmt", name)
         ? kCode
         : REAL(av_opt_set_sample_fmt)(object, name, format, flags);
-}
-
-int av_opt_set_chlayout(void *object, const char *name, const AVChannelLayout *layout, int flags)
-{
-    return fails("av_opt_set_chlayout", name)
-        ? kCode
-        : REAL(av_opt_set_chlayout)(object, name, layout, flags);
 }
 
 AVFrame *av_frame_alloc()
@@ -91,6 +88,27 @@ int av_frame_make_writable(AVFrame *frame)
 }
 
 } // extern "C"
+
+// A layout is set as a structure since FFmpeg 5.1, and as a number before.
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(57, 28, 100)
+
+#define INPUT_LAYOUT_CALL "av_opt_set_chlayout in_chlayout"
+#define OUTPUT_LAYOUT_CALL "av_opt_set_chlayout out_chlayout"
+
+extern "C" int av_opt_set_chlayout(void *object, const char *name, const AVChannelLayout *layout,
+                                   int flags)
+{
+    return fails("av_opt_set_chlayout", name)
+        ? kCode
+        : REAL(av_opt_set_chlayout)(object, name, layout, flags);
+}
+
+#else
+
+#define INPUT_LAYOUT_CALL "av_opt_set_int in_channel_layout"
+#define OUTPUT_LAYOUT_CALL "av_opt_set_int out_channel_layout"
+
+#endif
 
 class TestSpectrumAnalyzerFaults : public QObject {
     Q_OBJECT
@@ -139,14 +157,12 @@ void TestSpectrumAnalyzerFaults::failedSetUpIsLoggedAndLeavesTheAnalyserIdle_dat
     };
     QTest::newRow("no resampler") << "swr_alloc"
                                   << "[SpectrumAnalyzer]: Failed to create swrContext";
-    QTest::newRow("input layout") << "av_opt_set_chlayout in_chlayout"
-                                  << option("in_channel_layout", code);
+    QTest::newRow("input layout") << INPUT_LAYOUT_CALL << option("in_channel_layout", code);
     QTest::newRow("input rate") << "av_opt_set_int in_sample_rate"
                                 << option("in_sample_rate", code);
     QTest::newRow("input format") << "av_opt_set_sample_fmt in_sample_fmt"
                                   << option("in_sample_fmt", code);
-    QTest::newRow("output layout")
-        << "av_opt_set_chlayout out_chlayout" << option("out_channel_layout", code);
+    QTest::newRow("output layout") << OUTPUT_LAYOUT_CALL << option("out_channel_layout", code);
     QTest::newRow("output rate") << "av_opt_set_int out_sample_rate"
                                  << option("out_sample_rate", code);
     QTest::newRow("output format")

@@ -4,6 +4,8 @@
 #include "JsonText.h"
 #include "SettingsFolder.h"
 
+#include <LibCorvane/JsonCopy_p.h>
+
 using namespace corvane::fuzz;
 
 namespace {
@@ -44,6 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     while (!input.isAtEnd())
         change(object, input);
 
+    require(corvane::freshCopy(object) == object, "a copy says the same");
     folder.manager->jsonObject(kName) = object;
     folder.manager->saveJsonObject(kName);
     const QJsonObject again = load(path);

@@ -1,6 +1,8 @@
 # The library's dynamic symbols are what the public headers mark with LIBCORVANE_EXPORT: all of
-# that, and nothing else.
+# that, and nothing else, weak symbols included. Whether they have changed is CheckExportList.cmake's
+# question.
 cmake_minimum_required(VERSION 3.16)
+include(${CMAKE_CURRENT_LIST_DIR}/Symbols.cmake)
 file(GLOB_RECURSE headers ${PREFIX}/include/LibCorvane/*.h)
 set(classes)
 set(functions)
@@ -18,33 +20,21 @@ if(NOT classes)
   message(FATAL_ERROR "no exported class found in ${PREFIX}/include")
 endif()
 
-set(dynamic)
-if(DYNAMIC)
-  set(dynamic -D)
-endif()
-execute_process(COMMAND ${NM} -g ${dynamic} --defined-only -C ${LIBRARY}
-  OUTPUT_VARIABLE symbols RESULT_VARIABLE failed)
-if(failed)
-  message(FATAL_ERROR "nm failed on ${LIBRARY}: ${failed}")
-endif()
-
-string(REPLACE ";" "<semicolon>" symbols "${symbols}")
-string(REGEX REPLACE "[][]" "<bracket>" symbols "${symbols}")
-string(REPLACE "\n" ";" symbols "${symbols}")
+read_symbols(symbols)
 list(JOIN classes "|" class_names)
 list(JOIN functions "|" function_names)
 set(decoration
   "vtable for |typeinfo for |typeinfo name for |guard variable for |non-virtual thunk to ")
 set(seen)
 foreach(symbol IN LISTS symbols)
-  string(REGEX REPLACE "^[0-9a-f]* *[A-Za-z] +(${decoration})?" "" name "${symbol}")
-  if(name MATCHES "corvane::")
+  string(REGEX REPLACE "^[A-Za-z] (${decoration})?" "" name "${symbol}")
+  if(name MATCHES "corvane::|::Private(::|$)")
     message(SEND_ERROR "a private symbol is exported: ${name}")
   elseif(name MATCHES "^([a-z][A-Za-z0-9_]*::)*(${class_names})(::|$)")
     list(APPEND seen ${CMAKE_MATCH_2})
   elseif(functions AND name MATCHES "^([a-z][A-Za-z0-9_]*::)*(${function_names})\\(")
     list(APPEND seen ${CMAKE_MATCH_2})
-  elseif(symbol MATCHES " [WuV] (${decoration})?([a-z]+ )?(std|__gnu_cxx)::"
+  elseif(symbol MATCHES "^[WuV] (${decoration})?([a-z]+ )?(std|__gnu_cxx)::"
       OR name MATCHES "^(_[A-Za-z0-9_]*)?$")
     # The standard library's templates are visible in every library; the rest is the linker's.
   else()

@@ -37,7 +37,12 @@ private slots:
     void rejectsAnUnknownDevice();
     void rejectsBadArguments();
     void saysThatThereIsNothingToPreview();
+    void missesTheDisplayInOneLine();
+    void saysThatThePictureCannotBeWritten_data();
     void saysThatThePictureCannotBeWritten();
+    void saysThatThereIsNoScreenForAWindow_data();
+    void saysThatThereIsNoScreenForAWindow();
+    void drawsFinerWhereTheScreenIsFiner();
 
 private:
     QString file(const QString &name) const { return m_directory->filePath(name); }
@@ -213,12 +218,83 @@ void TestPreview::saysThatThereIsNothingToPreview()
              qPrintable(outcome.errors));
 }
 
+void TestPreview::missesTheDisplayInOneLine()
+{
+    const Outcome outcome = runPreview({"--headless", "--device", "tone", "--seconds", "1"});
+    QVERIFY2(outcome.status == 0, qPrintable(outcome.errors));
+    // ALSA may have told before that it has no configuration.
+    const QString line = "There is no display to capture.\n";
+    QVERIFY2(outcome.errors.endsWith(line) && outcome.errors.count(line) == 1,
+             qPrintable(outcome.errors));
+}
+
+void TestPreview::saysThatThePictureCannotBeWritten_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("a folder that is missing") << "missing/picture.png"
+                                              << "there is no folder '%1'";
+    QTest::newRow("a folder itself") << "config"
+                                     << "it is a folder";
+}
+
 void TestPreview::saysThatThePictureCannotBeWritten()
 {
+    QFETCH(QString, name);
+    QFETCH(QString, reason);
+    QVERIFY(QDir().mkpath(file("config")));
     const Outcome outcome =
-        runPreview({"--headless", "--device", "tone", "--snapshot", file("missing/picture.png")});
+        runPreview({"--headless", "--device", "tone", "--snapshot", file(name)});
     QVERIFY2(outcome.status == 1, qPrintable(outcome.errors));
-    QVERIFY2(outcome.errors.contains("picture.png"), qPrintable(outcome.errors));
+    if (reason.contains("%1"))
+        reason = reason.arg(file("missing"));
+    QCOMPARE(outcome.errors, QString("Cannot write '%1': %2.\n").arg(file(name), reason));
+    // Told before the run, not after it.
+    QCOMPARE(outcome.lines, QStringList());
+}
+
+void TestPreview::saysThatThereIsNoScreenForAWindow_data()
+{
+    QTest::addColumn<QByteArray>("display");
+    QTest::newRow("without a name of one") << QByteArray();
+    QTest::newRow("with a name that nobody answers to") << QByteArray(":64999");
+}
+
+void TestPreview::saysThatThereIsNoScreenForAWindow()
+{
+    QFETCH(QByteArray, display);
+    qputenv("DISPLAY", display);
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    const Outcome outcome = runPreview({});
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qunsetenv("DISPLAY");
+    QVERIFY2(outcome.status == 1, qPrintable(outcome.errors));
+    QVERIFY2(outcome.errors.startsWith("There is no screen for a window (could not connect to "
+                                       "display")
+                 && outcome.errors.contains(display) && outcome.errors.count('\n') == 1
+                 && outcome.errors.endsWith("or with --headless.\n"),
+             qPrintable(outcome.errors));
+}
+
+void TestPreview::drawsFinerWhereTheScreenIsFiner()
+{
+    const QStringList arguments{"--headless", "--device", "tone", "--snapshot",
+                                file("picture.png")};
+    QVERIFY(runPreview(arguments).status == 0);
+    const QImage usual(file("picture.png"));
+    qputenv("QT_SCALE_FACTOR", "2");
+    const Outcome outcome = runPreview(arguments);
+    qunsetenv("QT_SCALE_FACTOR");
+    QVERIFY2(outcome.status == 0, qPrintable(outcome.errors));
+    const QImage fine(file("picture.png"));
+    QVERIFY(!usual.isNull());
+    QCOMPARE(fine.size(), 2 * usual.size());
+    const auto bars = [](const QImage &picture) {
+        return barHeights(
+            picture.copy(picture.width() / 2, 0, picture.width() / 2, picture.height()),
+            theme::kLeft);
+    };
+    QCOMPARE(bars(fine).size(), bars(usual).size());
 }
 
 QTEST_MAIN(TestPreview)

@@ -9,6 +9,7 @@ private slots:
     void readsEveryOption();
     void letsTheLastOfTwoWin();
     void answersHelpAndVersion();
+    void keepsHelpReadable();
     void lists();
     void rejects_data();
     void rejects();
@@ -50,15 +51,33 @@ void TestPreviewOptions::letsTheLastOfTwoWin()
 
 void TestPreviewOptions::answersHelpAndVersion()
 {
-    const Options help = parseOptions({"corvane-preview", "--help"});
-    QCOMPARE(help.task, Options::Task::ShowHelp);
-    for (const char *option : {"--headless", "--seconds", "--snapshot", "--display", "--device",
-                               "--mode", "--config", "--list"})
-        QVERIFY2(help.message.contains(option), option);
+    const QString help = parseOptions({"corvane-preview", "--help"}).message;
+    QCOMPARE(parseOptions({"corvane-preview", "--help"}).task, Options::Task::ShowHelp);
+    QCOMPARE(parseOptions({"corvane-preview", "-h"}).message, help);
+    int last = 0;
+    for (const char *option :
+         {"-h, --help", "-v, --version", "--list", "--headless", "--seconds <N>",
+          "--snapshot <FILE.png>", "--display <ID>", "--device <NAME>", "--mode <screen|sound>",
+          "--config <DIR>", "--service <HOST>", "Ctrl+1", "Ctrl+Q", "Exit status"}) {
+        const int at = help.indexOf(option);
+        QVERIFY2(at > last, option);
+        last = at;
+    }
 
-    const Options version = parseOptions({"corvane-preview", "--version"});
-    QCOMPARE(version.task, Options::Task::ShowVersion);
-    QVERIFY(version.message.startsWith("corvane-preview "));
+    for (const char *option : {"--version", "-v"}) {
+        const Options version = parseOptions({"corvane-preview", option});
+        QCOMPARE(version.task, Options::Task::ShowVersion);
+        QCOMPARE(version.message, QString("corvane-preview " CORVANE_PREVIEW_VERSION "\n"));
+    }
+}
+
+void TestPreviewOptions::keepsHelpReadable()
+{
+    const QString help = parseOptions({"corvane-preview", "--help"}).message;
+    QVERIFY(help.startsWith("Usage: corvane-preview [options]\n"));
+    QVERIFY(help.endsWith('\n'));
+    for (const QString &line : help.split('\n'))
+        QVERIFY2(line.size() <= 80 && !line.endsWith(' '), qPrintable(line));
 }
 
 void TestPreviewOptions::lists()
@@ -71,6 +90,8 @@ void TestPreviewOptions::rejects_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("culprit");
     QTest::newRow("an unknown option") << QStringList{"--loud"} << "loud";
+    QTest::newRow("an option of Qt's own") << QStringList{"--help-all"} << "help-all";
+    QTest::newRow("an empty host") << QStringList{"--service", ""} << "service";
     QTest::newRow("an argument without an option") << QStringList{"here"} << "here";
     QTest::newRow("seconds that are no number") << QStringList{"--seconds", "soon"} << "soon";
     QTest::newRow("no seconds at all") << QStringList{"--seconds", "0"} << "0";

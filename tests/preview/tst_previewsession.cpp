@@ -39,7 +39,12 @@ QJsonValue stored(const QString &key)
 /// A session without a sound device, its window, and what they need.
 struct Run {
     explicit Run(const Options &options = {}, const QStringList &devices = {})
-        : session(headless(options), settings, feed, devices)
+        : Run(devices, headless(options))
+    {
+    }
+    /// With the window on the screen, unless the options say otherwise.
+    Run(const QStringList &devices, const Options &options)
+        : session(options, settings, feed, devices)
     {
         for (QWidget *widget : QApplication::topLevelWidgets()) {
             if (auto *found = qobject_cast<PreviewWindow *>(widget))
@@ -105,6 +110,9 @@ private slots:
     void returnsToTheChosenDisplay();
     void showsADisplayThatCannotBeCaptured();
     void readsNothingWithoutADisplay();
+    void keepsTheWindowWhereItWas();
+    void leavesTheWindowsPlaceAloneWithoutAWindow();
+    void opensWithAPlaceThatIsNone();
 
 private:
     QTemporaryDir m_directory;
@@ -310,6 +318,43 @@ void TestPreviewSession::readsNothingWithoutADisplay()
     QTRY_VERIFY(screen().listings > listings);
     QCOMPARE(screen().reads, 0);
     QVERIFY(run.feed.display().isEmpty());
+}
+
+void TestPreviewSession::keepsTheWindowWhereItWas()
+{
+    QRect place;
+    {
+        const Run run({}, Options());
+        QVERIFY(QTest::qWaitForWindowExposed(run.window));
+        // On the small screen of the tests.
+        place = {QPoint(7, 31), run.window->minimumSizeHint() + QSize(0, 40)};
+        run.window->setGeometry(place);
+        QTRY_COMPARE(run.window->geometry(), place);
+        QVERIFY(!stored("preview.window").isString());
+        run.window->close();
+        QVERIFY(stored("preview.window").isString());
+    }
+    const Run next({}, Options());
+    QTRY_COMPARE(next.window->geometry(), place);
+}
+
+void TestPreviewSession::leavesTheWindowsPlaceAloneWithoutAWindow()
+{
+    ConfigurationManager::instance()->setAppConfig("preview.window", "kept");
+    {
+        const Run run;
+        run.window->close();
+    }
+    QCOMPARE(stored("preview.window"), QJsonValue("kept"));
+}
+
+// Also after something else has written there.
+void TestPreviewSession::opensWithAPlaceThatIsNone()
+{
+    ConfigurationManager::instance()->setAppConfig("preview.window", "no geometry");
+    const Run run({}, Options());
+    QVERIFY(run.window->isVisible());
+    QVERIFY(run.window->width() >= run.window->minimumSizeHint().width());
 }
 
 QTEST_MAIN(TestPreviewSession)

@@ -3,6 +3,9 @@
 
 #include <dlfcn.h>
 
+#include <cstddef>
+#include <tuple>
+
 namespace corvane::test {
 
 /// The function of a shared library that a test program's own function of that name stands before:
@@ -13,6 +16,20 @@ Function *nextFunction(const char *symbol)
 {
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, symbol));
 }
+
+namespace detail {
+template <typename Function>
+struct Arguments;
+template <typename Result, typename... Argument>
+struct Arguments<Result(Argument...)> {
+    using Types = std::tuple<Argument...>;
+};
+} // namespace detail
+
+/// The type of a function's argument as its header declares it: for functions whose declaration is
+/// not the same in every version of their library.
+template <typename Function, std::size_t index>
+using ArgumentOf = std::tuple_element_t<index, typename detail::Arguments<Function>::Types>;
 
 } // namespace corvane::test
 

@@ -1,5 +1,7 @@
 #include "MediaFiles.h"
 
+#include <LibCorvane/common/FFmpegLayout_p.h>
+
 #include <QDataStream>
 #include <QFile>
 #include <QtDebug>
@@ -23,6 +25,24 @@ struct Free {
 using Context = std::unique_ptr<AVCodecContext, Free>;
 using Frame = std::unique_ptr<AVFrame, Free>;
 using Packet = std::unique_ptr<AVPacket, Free>;
+
+// The layout became a structure in FFmpeg 5.1; the library has no encoder to set it for.
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(57, 28, 100)
+
+void setLayout(AVCodecContext *encoder, int channels)
+{
+    av_channel_layout_default(&encoder->ch_layout, channels);
+}
+
+#else
+
+void setLayout(AVCodecContext *encoder, int channels)
+{
+    encoder->channels = channels;
+    encoder->channel_layout = defaultLayoutMask(channels);
+}
+
+#endif
 
 /// Sends a frame, or with null the end; appends the packets that come out.
 bool encode(AVCodecContext *encoder, const AVFrame *frame, QVector<QByteArray> &packets)
@@ -113,14 +133,14 @@ QVector<QByteArray> encodedSilence(int channels, int sampleRate, int packetCount
     const Context encoder(avcodec_alloc_context3(codec));
     encoder->sample_rate = sampleRate;
     encoder->sample_fmt = AV_SAMPLE_FMT_S16;
-    av_channel_layout_default(&encoder->ch_layout, channels);
+    setLayout(encoder.get(), channels);
     QVector<QByteArray> packets;
     if (!codec || avcodec_open2(encoder.get(), codec, nullptr) < 0)
         return packets;
     const Frame frame(av_frame_alloc());
     frame->nb_samples = kPacketFrames;
     frame->format = AV_SAMPLE_FMT_S16;
-    av_channel_layout_default(&frame->ch_layout, channels);
+    setFrameLayout(frame.get(), defaultLayoutMask(channels));
     av_frame_get_buffer(frame.get(), 0);
     std::memset(frame->data[0], 0, size_t(kPacketFrames * channels * 2));
     for (int i = 0; i < packetCount; ++i) {

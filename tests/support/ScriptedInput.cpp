@@ -2,6 +2,9 @@
 
 #include "Interpose.h"
 
+#include <LibCorvane/common/FFmpegLayout_p.h>
+
+#include <algorithm>
 #include <cstring>
 #include <mutex>
 
@@ -158,6 +161,21 @@ int ScriptedInput::openInputs() const
     return state().opened - state().closed;
 }
 
+int fill(AVPacket *packet, const QByteArray &bytes)
+{
+    const int code = av_new_packet(packet, bytes.size());
+    if (code == 0)
+        std::copy(bytes.cbegin(), bytes.cend(), packet->data);
+    return code;
+}
+
+std::function<int(AVPacket *)> reading(const QVector<QByteArray> &packets)
+{
+    return [packets, next = 0](AVPacket *packet) mutable {
+        return next == packets.size() ? AVERROR_EOF : fill(packet, packets[next++]);
+    };
+}
+
 int ScriptedInput::openedInputs() const
 {
     const std::lock_guard<std::mutex> lock(state().mutex);
@@ -171,9 +189,13 @@ using namespace corvane::test;
 #define REAL(function) nextFunction<decltype(function)>(#function)
 #define ENTER(function) enter(#function, __builtin_return_address(0))
 
+// Const since FFmpeg 5.
+using corvane::InputFormat;
+using Decoder = std::remove_pointer_t<decltype(avcodec_find_decoder(AV_CODEC_ID_NONE))>;
+
 extern "C" {
 
-const AVInputFormat *av_find_input_format(const char *name)
+InputFormat *av_find_input_format(const char *name)
 {
     if (!isOfLibrary(__builtin_return_address(0)))
         return REAL(av_find_input_format)(name);
@@ -190,7 +212,7 @@ const AVInputFormat *av_find_input_format(const char *name)
     return REAL(av_find_input_format)(format.constData());
 }
 
-int avformat_open_input(AVFormatContext **context, const char *url, const AVInputFormat *format,
+int avformat_open_input(AVFormatContext **context, const char *url, InputFormat *format,
                         AVDictionary **options)
 {
     ENTER(avformat_open_input);
@@ -242,13 +264,13 @@ void av_dict_free(AVDictionary **dictionary)
 }
 
 int av_find_best_stream(AVFormatContext *context, AVMediaType type, int wanted, int related,
-                        const AVCodec **decoder, int flags)
+                        Decoder **decoder, int flags)
 {
     const int code = ENTER(av_find_best_stream);
     return code ? code : REAL(av_find_best_stream)(context, type, wanted, related, decoder, flags);
 }
 
-const AVCodec *avcodec_find_decoder(AVCodecID id)
+Decoder *avcodec_find_decoder(AVCodecID id)
 {
     return ENTER(avcodec_find_decoder) ? nullptr : REAL(avcodec_find_decoder)(id);
 }

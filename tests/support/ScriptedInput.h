@@ -34,6 +34,11 @@ struct InputScript {
     int code = 0;
 };
 
+/// Puts the bytes into an empty packet. \return 0, or FFmpeg's code.
+int fill(AVPacket *packet, const QByteArray &bytes);
+/// A script's read that gives the packets one by one, and then an error.
+std::function<int(AVPacket *)> reading(const QVector<QByteArray> &packets);
+
 /// Stands between the library and FFmpeg while it lives: calls of the library (not of FFmpeg
 /// itself) are noted, and go by the script. One at a time. Without one the library has the real
 /// FFmpeg.

@@ -1,7 +1,8 @@
 #include "ServiceBar.h"
 
+#include "ElidedLabel.h"
+
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 
@@ -15,7 +16,7 @@ constexpr int kSteps = 1000;
 
 ServiceBar::ServiceBar(QWidget *parent)
     : QWidget(parent)
-    , m_text(new QLabel(this))
+    , m_text(new ElidedLabel(this))
     , m_progress(new QProgressBar(this))
     , m_offer(new QPushButton(this))
 {
@@ -27,7 +28,7 @@ ServiceBar::ServiceBar(QWidget *parent)
     row->setSpacing(kGap);
     row->addWidget(m_text);
     row->addWidget(m_progress, 1);
-    row->addStretch(1);
+    row->addStretch();
     row->addWidget(m_offer);
     row->addWidget(close);
     connect(m_offer, &QPushButton::clicked, this, &ServiceBar::taken);

@@ -3,7 +3,7 @@
 
 #include <QWidget>
 
-class QLabel;
+class ElidedLabel;
 class QProgressBar;
 class QPushButton;
 
@@ -25,7 +25,7 @@ signals:
     void taken();
 
 private:
-    QLabel *m_text;
+    ElidedLabel *m_text;
     QProgressBar *m_progress;
     QPushButton *m_offer;
 };

@@ -48,7 +48,9 @@ void ServiceDesk::connectCheck()
         m_bar.say(QStringLiteral("There is no newer version; the service has %1.").arg(version));
     });
     connect(&m_check, &UpdateCheck::failed, this, [this] {
-        m_bar.say(QStringLiteral("There is no answer from %1.").arg(NetRCManager::serviceHost()));
+        m_bar.say(QStringLiteral("There is no answer from %1; the option --service names another "
+                                 "host.")
+                      .arg(NetRCManager::serviceHost()));
     });
 }
 

@@ -9,18 +9,35 @@
 
 /// The discrete Fourier transform of real sound samples.
 namespace audiofft {
+
+/// What AudioFFT is made of; hosts need nothing of it.
 namespace detail {
 
-/// What AudioFFT asks of a transform; its operations mean what AudioFFT's say.
+/// What AudioFFT asks of a transform. AudioFFT states the contract: lengths, scaling, packing,
+/// memory and threads are the same here.
 class LIBCORVANE_EXPORT AudioFFTImpl {
 public:
+    /// Makes a transform without a length.
     AudioFFTImpl() = default;
     AudioFFTImpl(const AudioFFTImpl &) = delete;
     AudioFFTImpl &operator=(const AudioFFTImpl &) = delete;
+    /// Releases the tables.
     virtual ~AudioFFTImpl();
 
+    /// Sets the length.
+    /// \param size N, the number of samples of a block.
     virtual void init(std::size_t size) = 0;
+
+    /// Forward transform.
+    /// \param data the N samples.
+    /// \param re receives the real parts of the N/2 + 1 bins.
+    /// \param im receives the imaginary parts of the N/2 + 1 bins.
     virtual void fft(const float *data, float *re, float *im) = 0;
+
+    /// Inverse transform.
+    /// \param data receives the N samples.
+    /// \param re the real parts of the N/2 + 1 bins.
+    /// \param im the imaginary parts of the N/2 + 1 bins.
     virtual void ifft(float *data, const float *re, const float *im) = 0;
 };
 
@@ -29,7 +46,9 @@ public:
 /// The transform in double precision. Hosts use it through AudioFFT, which states the contract.
 class LIBCORVANE_EXPORT OouraFFT final : public detail::AudioFFTImpl {
 public:
+    /// Makes a transform without a length; init() gives it one.
     OouraFFT();
+    /// Releases the tables.
     ~OouraFFT() override;
 
     void init(std::size_t size) override;
@@ -85,6 +104,7 @@ public:
     AudioFFT();
     AudioFFT(const AudioFFT &) = delete;
     AudioFFT &operator=(const AudioFFT &) = delete;
+    /// Releases the tables.
     ~AudioFFT();
 
     /// Sets the length and builds its tables; costs nothing when the length is the present one.
@@ -104,7 +124,9 @@ public:
     /// ignored.
     void ifft(float *data, const float *re, const float *im);
 
-    /// The number of bins of `size` samples: size / 2 + 1, so 1025 for 2048 samples.
+    /// The number of bins that a block has.
+    /// \param size N, the number of samples of the block.
+    /// \return size / 2 + 1, so 1025 for 2048 samples.
     static std::size_t ComplexSize(std::size_t size);
 
 private:

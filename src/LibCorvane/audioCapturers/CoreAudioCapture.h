@@ -71,8 +71,12 @@ public:
     /// The unit's input callback; Core Audio calls it, on its own thread.
     ///
     /// \param inRefCon the capturer; one that is gone, or null, is permitted and ignored.
+    /// \param ioActionFlags not looked at.
+    /// \param inTimeStamp not looked at.
+    /// \param inBusNumber not looked at.
+    /// \param inNumberFrames not looked at: the buffers tell their sizes.
     /// \param ioData the buffers to append to the dump and to analyse, in order; not kept. Null
-    /// means none. The other parameters are not looked at.
+    ///        means none.
     /// \returns noErr always.
     static OSStatus captureCallback(void *inRefCon, AudioUnitRenderActionFlags *ioActionFlags,
                                     const AudioTimeStamp *inTimeStamp, UInt32 inBusNumber,

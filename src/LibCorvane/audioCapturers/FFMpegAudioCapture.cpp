@@ -118,7 +118,7 @@ const char *openDevice(MediaInput &media, int deviceIndex)
 
 } // namespace
 
-struct FFMpegAudioCapture::Private {
+struct Q_DECL_HIDDEN FFMpegAudioCapture::Private {
     int deviceIndex = 0;
     int timerId = kNoTimer;
     SpectrumAnalyzer analyzer;

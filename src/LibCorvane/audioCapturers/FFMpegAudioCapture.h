@@ -31,7 +31,8 @@ class LIBCORVANE_EXPORT FFMpegAudioCapture : public IAudioCapture {
     Q_OBJECT
     Q_DISABLE_COPY(FFMpegAudioCapture)
 public:
-    /// \param parent the usual QObject owner, or null. Nothing is opened yet.
+    /// Opens nothing yet.
+    /// \param parent the usual QObject owner, or null.
     explicit FFMpegAudioCapture(QObject *parent = nullptr);
 
     /// Ends the capture and closes the device. An opening that is under way is not waited for: what
@@ -73,6 +74,8 @@ public:
     bool nextFrame();
 
 protected:
+    /// Calls nextFrame() for the capture's own timer.
+    /// \param event the tick; those of other timers go to QObject.
     void timerEvent(QTimerEvent *event) override;
 
 private:

@@ -36,28 +36,30 @@ Q_DECLARE_TYPEINFO(SoundChannel, Q_MOVABLE_TYPE);
 /// signals. Starting and stopping belong to the concrete classes and to the manager.
 ///
 /// \par Threads
-/// Each concrete class says on which thread it emits. The arguments are implicitly shared values,
-/// so a queued connection costs no copy of the samples. "QVector<SoundChannel>" is registered with
-/// Qt's meta-type system before the first emission.
+/// Each concrete class says on which thread it may be used and on which it emits. The arguments are
+/// implicitly shared values, so a queued connection costs no copy of the samples.
+/// "QVector<SoundChannel>" is registered with Qt's meta-type system before the first emission.
 class LIBCORVANE_EXPORT IAudioCapture : public QObject {
     Q_OBJECT
 public:
+    /// Captures nothing: that is up to the concrete class.
     /// \param parent the usual QObject owner, or null.
     explicit IAudioCapture(QObject *parent = nullptr);
 
 Q_SIGNALS:
-    /// One analysed block of 2048 frames: two channels, left (1) first, right (2) second,
-    /// whatever the number of channels of the device. Nothing is emitted while stopped.
+    /// One block of 2048 frames was analysed. Nothing is emitted while stopped.
+    /// \param spectrums two channels, left (1) first, right (2) second, whatever the number of
+    ///        channels of the device.
     void spectrumsChanged(QVector<SoundChannel> spectrums);
 
     /// The peaks of one chunk of sound as text. Emitted by QtAudioCapture only.
     ///
-    /// There is one inner vector for each channel of each block, block by block and left before
-    /// right; a chunk that completes no block gives an empty list. Each inner vector holds:
-    /// 0. the level: the channel's largest amplitude ÷ 100, with three decimals ("0.125");
-    /// 1. ten times the natural (not the decadic) logarithm of that level, with three decimals;
-    ///    "-inf" for a level of 0.
-    void channelsPeakValuesChanged(QVector<QVector<QString>>);
+    /// \param peaks one inner vector for each channel of each block, block by block and left
+    ///        before right; a chunk that completes no block gives an empty list. Each inner vector
+    ///        holds two texts, both with three decimals: the level, which is the channel's largest
+    ///        amplitude ÷ 100 ("0.125"), and ten times the natural (not the decadic) logarithm of
+    ///        that level ("-inf" for a level of 0).
+    void channelsPeakValuesChanged(QVector<QVector<QString>> peaks);
 };
 
 Q_DECLARE_METATYPE(SoundChannel)

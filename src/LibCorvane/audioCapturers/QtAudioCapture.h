@@ -19,9 +19,10 @@ class QAudioInput;
 class QThread;
 class QtAudioCapture;
 
-/// The packed FFmpeg sample format of a Qt audio format: signed 16 and 32 bit, unsigned 8 bit,
-/// float 32 and 64 bit; AV_SAMPLE_FMT_NONE for everything else. Byte order is not looked at.
-/// May be called on any thread.
+/// The packed FFmpeg sample format of a Qt audio format. May be called on any thread.
+/// \param format its sample type and size count; its byte order is not looked at.
+/// \return the format of signed 16 and 32 bit, unsigned 8 bit, float 32 and 64 bit;
+///         AV_SAMPLE_FMT_NONE for everything else.
 LIBCORVANE_EXPORT AVSampleFormat convertToFFmpegSampleFormat(const QAudioFormat &format);
 
 /// The sink that a QtAudioCapture records into: every chunk of PCM written to it is analysed.
@@ -30,35 +31,46 @@ LIBCORVANE_EXPORT AVSampleFormat convertToFFmpegSampleFormat(const QAudioFormat 
 ///
 /// \par Threads
 /// Written to on one thread, in use the capturer's worker thread; the signals are emitted there.
+/// The capturer sets the analyser's format on its own thread, before the first write.
 class LIBCORVANE_EXPORT AudioReader : public QIODevice {
     Q_OBJECT
 public:
-    /// \param capture the capturer whose connections decide whether analysing is worth while; not
-    /// owned, not null, and it must outlive the last write.
-    /// \param parent the usual QObject owner, or null.
     /// Registers the meta-type "QVector<SoundChannel>".
+    /// \param capture the capturer whose connections decide whether analysing is worth while; not
+    ///        owned, not null, and it must outlive the last write.
+    /// \param parent the usual QObject owner, or null.
     explicit AudioReader(QtAudioCapture *capture, QObject *parent = nullptr);
+
+    /// Drops the bytes of an incomplete block.
     ~AudioReader() override;
 
     /// The analyser of the chunks; its input format must be set before the first write.
+    /// \return the reader's own, valid as long as the reader.
     SpectrumAnalyzer &analyzer();
 
-    /// Always 0.
+    /// Reads nothing.
+    /// \param data not written to.
+    /// \param maxSize not looked at.
+    /// \return always 0.
     qint64 readData(char *data, qint64 maxSize) override;
 
     /// Analyses a chunk of interleaved PCM and emits the signals for it.
     ///
-    /// \returns \a len: every byte is consumed, analysed or (when nothing is connected to the
-    /// capturer's spectrumsChanged()) dropped; 0 when \a data is null or \a len below 1.
+    /// \param data interleaved samples in the analyser's input format; not kept.
+    /// \param len the number of bytes; it need not be a multiple of a frame.
+    /// \return \p len: every byte is consumed, analysed or (when nothing is connected to the
+    ///         capturer's spectrumsChanged()) dropped; 0 when \p data is null or \p len below 1.
     qint64 writeData(const char *data, qint64 len) override;
 
 Q_SIGNALS:
-    /// One analysed block: the left and the right channel.
+    /// One block was analysed.
+    /// \param s the left and the right channel, as IAudioCapture::spectrumsChanged() has them.
     void spectrumChanged(QVector<SoundChannel> s);
 
-    /// The peak texts of the blocks that one chunk completed, as described at
-    /// IAudioCapture::channelsPeakValuesChanged(); once per analysed chunk, empty without a block.
-    void channelPeakValuesChanged(QVector<QVector<QString>>);
+    /// One chunk was analysed. Comes after the spectrumChanged() of its blocks.
+    /// \param peaks the peak texts of these blocks, as described at
+    ///        IAudioCapture::channelsPeakValuesChanged(); empty when there was none.
+    void channelPeakValuesChanged(QVector<QVector<QString>> peaks);
 
 private:
     SpectrumAnalyzer m_analyzer;
@@ -72,19 +84,22 @@ private:
 ///
 /// \par Threads
 /// start(), stop() and the destructor belong to the thread that owns the object, which must not be
-/// the worker's; its event loop delivers the signals. Each capturer runs one worker thread, where
-/// the audio input is made, fed, analysed and stopped; start() and stop() wait for it.
+/// the worker's; its event loop delivers the signals, and they arrive there. isEmptyConnection()
+/// may be called on any thread. Each capturer has one worker thread as long as it lives, where the
+/// audio input is made, fed, analysed and stopped; start(), stop() and the destructor wait for it.
 class LIBCORVANE_EXPORT QtAudioCapture : public IAudioCapture {
     Q_OBJECT
 public:
     /// Starts the worker thread; nothing is recorded yet.
+    /// \param parent the usual QObject owner, or null.
     explicit QtAudioCapture(QObject *parent = nullptr);
 
     /// Stops recording and waits for the worker thread to end.
     ~QtAudioCapture() override;
 
-    /// Records from \a device; see start().
-    /// \returns true always, also when nothing could be started.
+    /// Records from a device; see start().
+    /// \param device one of QAudioDeviceInfo::availableDevices(QAudio::AudioInput).
+    /// \return true always, also when nothing could be started.
     bool start(const QAudioDeviceInfo &device);
 
     /// Starts to record from the device given last, with a fresh analyser. A running recording is
@@ -99,8 +114,9 @@ public:
     /// any more, not even what was already on its way. Harmless when nothing is recorded.
     void stop();
 
-    /// Whether nothing is connected to spectrumsChanged(); the other signal is not looked at. May
-    /// be called on any thread.
+    /// Whether nobody listens. May be called on any thread.
+    /// \return whether nothing is connected to spectrumsChanged(); the other signal is not looked
+    ///         at.
     bool isEmptyConnection() const;
 
 private:

@@ -120,7 +120,7 @@ qint64 blockBytes(const AVFrame *cacheFrame)
 
 } // namespace
 
-struct SpectrumAnalyzer::Private {
+struct Q_DECL_HIDDEN SpectrumAnalyzer::Private {
     std::unique_ptr<audiofft::AudioFFT> fft = std::make_unique<audiofft::AudioFFT>();
     std::vector<float> window = corvane::hannWindow();
     std::vector<float> samples = std::vector<float>(kBlockFrames);

@@ -32,6 +32,7 @@ class LIBCORVANE_EXPORT SpectrumAnalyzer {
 public:
     /// Makes an analyser without an input format: handle() returns nothing yet.
     SpectrumAnalyzer();
+    /// Drops a partly filled block.
     ~SpectrumAnalyzer();
     SpectrumAnalyzer(const SpectrumAnalyzer &) = delete;
     SpectrumAnalyzer &operator=(const SpectrumAnalyzer &) = delete;
@@ -58,8 +59,9 @@ public:
     /// nothing is allocated, but for one frame with the first block of a format.
     QVector<QVector<SoundChannel>> handle(const unsigned char *data, qint64 size);
 
-    /// Sets the divisor of every amplitude, clamped to 0…1: 0.5 doubles the amplitudes, 1 (the
-    /// start value) leaves them, 0 counts as 1.
+    /// Sets the divisor of every amplitude of the blocks to come.
+    /// \param strength clamped to 0…1: 0.5 doubles the amplitudes, 1 (the start value) leaves
+    ///        them, 0 counts as 1.
     void setStrength(double strength);
 
 private:

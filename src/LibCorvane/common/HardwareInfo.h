@@ -24,14 +24,18 @@ class LIBCORVANE_EXPORT HardwareInfo : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY(HardwareInfo)
 public:
+    /// Asks nothing.
     /// \param parent owns the object; may be null.
     explicit HardwareInfo(QObject *parent = nullptr);
+
+    /// Ends nothing: an object holds nothing.
     ~HardwareInfo() override;
 
-    /// An identifier of the processor's kind, not of this one processor: the fourth word that
-    /// getcpuid() gives for leaf 1 (its features), then the first (family, model and stepping),
-    /// each in upper-case hexadecimal without leading zeros and with nothing between, for example
-    /// "BFEBFBFF906EA". Empty on other processors than x86.
+    /// An identifier of the processor's kind, not of this one processor.
+    /// \return the fourth word that getcpuid() gives for leaf 1 (its features), then the first
+    ///         (family, model and stepping), each in upper-case hexadecimal without leading zeros
+    ///         and with nothing between, for example "BFEBFBFF906EA". Empty on other processors
+    ///         than x86.
     static QString get_cpuId();
 
     /// Asks the processor's CPUID instruction, sub-leaf 0.
@@ -40,33 +44,39 @@ public:
     /// \param leaf what to ask for, for example 1 for version and features.
     static void getcpuid(unsigned int *block, unsigned int leaf);
 
-    /// The processor's name from the native settings store; see the class description.
+    /// The processor's name.
+    /// \return what the native settings store has, see the class description; else empty.
     static QString cpuType();
 
-    /// Always empty.
+    /// Nothing: reports have no figure for the memory.
+    /// \return always empty.
     static QString memory();
 
-    /// QSysInfo::productType(), a blank, QSysInfo::productVersion(), a blank and the fixed text
-    /// "dmkm\Device0", for example "osx 10.15 dmkm\Device0".
+    /// The system's name and version.
+    /// \return QSysInfo::productType(), a blank, QSysInfo::productVersion(), a blank and the fixed
+    ///         text "dmkm\Device0", for example "osx 10.15 dmkm\Device0".
     static QString osVersion();
 
-    /// The names of the graphics adapters of NVIDIA, Intel and AMD, in this order, from the native
-    /// settings store (see the class description), trimmed, with a line feed between.
+    /// The names of the graphics adapters of NVIDIA, Intel and AMD, in this order.
+    /// \return what the native settings store has, see the class description; trimmed, with a line
+    ///         feed between. Empty when it has none.
     static QString dCard();
 
-    /// The sizes of the screens in Qt's device-independent pixels, each with the number of screens
-    /// that have it, in the order in which they are first met: "(1920 X 1080) X 2、 (2560 X 1440) X
-    /// 1". Between two entries stand U+3001 (an ideographic comma) and a blank. Empty without a
-    /// QApplication.
+    /// The sizes of the screens in Qt's device-independent pixels.
+    /// \return each size with the number of screens that have it, in the order in which they are
+    ///         first met: "(1920 X 1080) X 2、 (2560 X 1440) X 1". Between two entries stand U+3001
+    ///         (an ideographic comma) and a blank. Empty without a QApplication.
     static QString screen();
 
-    /// All drives of QDir::drives(), which on macOS and Linux is the root alone: for each one its
-    /// name, which may be empty, a blank, the space that is free for this user in GiB, "G/", the
-    /// whole space in KiB (not GiB, in spite of the "G" that follows), "G" and two blanks. Figures
-    /// are rounded down. For example "Macintosh HD 100G/536870912G  " for 100 GiB free of 512 GiB.
+    /// All drives of QDir::drives(), which on macOS and Linux is the root alone.
+    /// \return for each one its name, which may be empty, a blank, the space that is free for this
+    ///         user in GiB, "G/", the whole space in KiB (not GiB, in spite of the "G" that
+    ///         follows), "G" and two blanks. Figures are rounded down. For example "Macintosh HD
+    ///         100G/536870912G  " for 100 GiB free of 512 GiB.
     static QString disk();
 
-    /// Always empty.
+    /// Nothing: reports have no name for the sound output.
+    /// \return always empty.
     static QString audioOut();
 
     /// A network hardware address without separators, for example "3C22FB010203".

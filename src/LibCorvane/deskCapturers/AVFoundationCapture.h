@@ -18,15 +18,20 @@ class DeskCaptureOption;
 /// capturer. (Where nobody reads it, it costs next to nothing on Linux.)
 ///
 /// \par Threads
-/// start() belongs to the object's own thread, before anyone else sees the object. Then all other
-/// operations may be called from any thread.
+/// The constructor, start() and the destructor belong to the object's own thread, start() before
+/// anyone else sees the object. Then all other operations may be called from any thread. Nothing is
+/// emitted. On Linux each capture has a thread of its own while somebody reads; on macOS frames
+/// arrive on a queue of the system.
 class LIBCORVANE_EXPORT AVFoundationCapture : public IDeskCapture {
     Q_OBJECT
     Q_DISABLE_COPY(AVFoundationCapture)
 public:
+    /// Captures nothing before start().
     /// \param option is kept and not consulted; may be null.
     /// \param parent owns the object; may be null.
     explicit AVFoundationCapture(DeskCaptureOption *option, QObject *parent = nullptr);
+
+    /// Leaves the capture record to run; see the class description.
     ~AVFoundationCapture() override;
 
     /// Starts the capture of a display. To be called once.
@@ -35,20 +40,22 @@ public:
     ///         init AVFoundation capture". The capturer then stays without frames and sizes.
     bool start(uint32_t displayId);
 
-    /// The display's size, the same as originSize(): it does not tell the size of the frames. An
-    /// invalid size when not started.
+    /// The display's size: it does not tell the size of the frames.
+    /// \return the same as originSize().
     QSize outputSize() override;
 
-    /// The display's size; an invalid one when not started.
+    /// The display's size, in pixels on Linux and in points on macOS.
+    /// \return an invalid size when not started.
     QSize originSize() override;
 
-    /// A copy of the latest frame; empty before the first frame, when not started, and when there
-    /// is no memory for it.
+    /// The latest frame, without waiting for one.
+    /// \return a copy; empty before the first frame, when not started, and when there is no memory
+    ///         for it.
     cv::Mat nextFrame() override;
 
 public Q_SLOTS:
-    /// Sets the size of the frames that are captured from now on, in pixels; see
-    /// AVCaptureSetOutputSize(). Does nothing when not started.
+    /// Sets the size of the frames that are captured from now on. Does nothing when not started.
+    /// \param size in pixels; see AVCaptureSetOutputSize() for empty and huge ones.
     void setOutputSize(QSize size) override;
 
 private:

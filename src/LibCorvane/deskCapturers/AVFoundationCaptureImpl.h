@@ -18,8 +18,9 @@
 /// that the environment variable DISPLAY names, while somebody reads: two seconds after the last
 /// AVCaptureNextFrame() (or after the start) it lets its thread and its connection go, and the next
 /// call brings both back. At most 32 records of a process are awake: further ones put those to
-/// sleep that were not read for longest. A change of the monitor is followed; the output size goes
-/// with it, unless it was set.
+/// sleep that were not read for longest. One that sleeps keeps its last frame until 32 others have
+/// fallen asleep after it. A change of the monitor is followed; the output size goes with it,
+/// unless it was set.
 ///
 /// A lost X server does not end the process: it is logged as a warning, "[AVFoundationCaptureImpl]:
 /// Lost the X server, display:" id, the last frame stays, and the record tries once a second to
@@ -28,8 +29,9 @@
 /// monitor, display:" id. There is one such line until a frame has been captured again.
 ///
 /// \par Threads
-/// All functions may be called from any thread, on one record too, but for
-/// freeAVFoundationCapture(), which must be the last on its record.
+/// All functions may be called from any thread, on one record too, with two exceptions:
+/// freeAVFoundationCapture() must be the last on its record, and on macOS availableDisplayIDs()
+/// belongs on the main thread, as it asks AppKit.
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier): hosts know this name, too
 struct _AVFoundationCaptureImpl;
@@ -46,24 +48,36 @@ using AVFoundationCaptureImpl = _AVFoundationCaptureImpl;
 LIBCORVANE_EXPORT AVFoundationCaptureImpl *allocAVFoundationCapture(uint32_t displayId);
 
 /// Ends the capture and frees the record. Null is permitted. On Linux it waits for the record's
-/// thread, which ends at once, unless it is just connecting to an X server that does not answer.
+/// thread, which ends at once, unless it is just connecting to an X server that does not answer. On
+/// macOS it waits for a frame that is being converted.
+/// \param record what allocAVFoundationCapture() gave; not to be used any more.
 LIBCORVANE_EXPORT void freeAVFoundationCapture(AVFoundationCaptureImpl *record);
 
-/// Sets the size of the frames that are captured from now on, in pixels. With an empty size, or one
-/// of more than 16384 × 16384 pixels in all, none is captured until the next call.
+/// Sets the size of the frames that are captured from now on.
+/// \param record not null.
+/// \param size in pixels. With an empty one, or one of more than 16384 × 16384 pixels in all, no
+///        frame is captured until the next call.
 LIBCORVANE_EXPORT void AVCaptureSetOutputSize(AVFoundationCaptureImpl *record, const QSize &size);
 
-/// The size of the display, in pixels on Linux and in points on macOS.
+/// The size of the display.
+/// \param record not null.
+/// \return in pixels on Linux, in points on macOS.
 LIBCORVANE_EXPORT QSize AVCaptureOriginSize(AVFoundationCaptureImpl *record);
 
 /// The size of the display, too: a caller that wants the size of a frame asks the frame.
+/// \param record not null.
+/// \return the same as AVCaptureOriginSize().
 LIBCORVANE_EXPORT QSize AVCaptureOutputSize(AVFoundationCaptureImpl *record);
 
-/// The latest frame in QImage::Format_RGBA8888, without waiting for one; null before the first.
+/// The latest frame, without waiting for one.
+/// \param record not null.
+/// \return an image in QImage::Format_RGBA8888, which shares its pixels with the record until one
+///         of the two changes; null before the first frame.
 LIBCORVANE_EXPORT QImage AVCaptureNextFrame(AVFoundationCaptureImpl *record);
 
-/// The displays that can be captured, in the system's order; empty when there is none. On Linux
-/// they are 1 and up, in the order of the X server's monitors.
+/// The displays that can be captured.
+/// \return their numbers in the system's order; empty when there is none. On Linux they are 1 and
+///         up, in the order of the X server's monitors.
 LIBCORVANE_EXPORT QList<unsigned int> availableDisplayIDs();
 
 #endif

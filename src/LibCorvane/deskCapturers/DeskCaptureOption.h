@@ -30,18 +30,24 @@ class LIBCORVANE_EXPORT DeskCaptureOption : public QObject {
     Q_PROPERTY(int curMode READ curMode WRITE setCurMode NOTIFY curModeChanged)
     Q_DISABLE_COPY(DeskCaptureOption)
 public:
-    /// One mode, the mode 0. \param parent owns the object; may be null.
+    /// One mode, the mode 0.
+    /// \param parent owns the object; may be null.
     explicit DeskCaptureOption(QObject *parent);
+
+    /// Saves nothing, and leaves the application's property as it is.
     ~DeskCaptureOption() override;
 
     /// The number of modes.
+    /// \return what was set last; 1 at first.
     int totalOfMode() const;
 
-    /// Sets the number of modes, whatever it is, and announces a change. The current mode stays,
-    /// even when it is no longer in range.
+    /// Sets the number of modes and announces a change. The current mode stays, even when it is no
+    /// longer in range.
+    /// \param newTotalOfMode any number; it is not checked.
     void setTotalOfMode(int newTotalOfMode);
 
     /// The current mode.
+    /// \return a number from 0 on; 0 at first.
     int curMode() const;
 
     /// Changes the mode. A change is logged at info level,
@@ -49,6 +55,7 @@ public:
     /// announced after that. A value out of range changes nothing and is logged at info level too:
     /// "[DeskCaptureOption]: The newCurMode: " value " is out of range[0, " highest "]". The
     /// current mode is no change, whatever the range.
+    /// \param newCurMode from 0 to totalOfMode() - 1.
     void setCurMode(int newCurMode);
 
 Q_SIGNALS:

@@ -89,7 +89,7 @@ OpenResult openStream(MediaInput &media)
 
 } // namespace
 
-struct FFMpegCapture::Private {
+struct Q_DECL_HIDDEN FFMpegCapture::Private {
     int timerId = kNoTimer;
     std::unique_ptr<MediaInput> media;
 

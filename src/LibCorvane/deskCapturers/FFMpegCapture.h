@@ -34,12 +34,13 @@ struct AVFrame;
 /// \par Threads
 /// init(), the destructor and the decoding belong to the thread that the object lives on, which
 /// needs an event loop. outputSize(), originSize(), setOutputSize(), resize() and decodedFrame()
-/// may be called on any thread, also while frames are decoded and converted.
+/// may be called on any thread, also while frames are decoded and converted. Nothing is emitted.
 class LIBCORVANE_EXPORT FFMpegCapture : public IDeskCapture {
     Q_OBJECT
     Q_DISABLE_COPY(FFMpegCapture)
 public:
-    /// \param parent owns the object; may be null. Nothing is opened yet.
+    /// Opens nothing yet.
+    /// \param parent owns the object; may be null.
     explicit FFMpegCapture(QObject *parent = nullptr);
 
     /// Ends the capture and closes the device.
@@ -66,10 +67,12 @@ public:
     ///         code
     bool init(int deviceId);
 
-    /// The size that was set last, in pixels, valid or not; invalid before init().
+    /// The size of the images that resize() gives.
+    /// \return what was set last, in pixels, valid or not; invalid before init().
     QSize outputSize() override;
 
-    /// The size of the decoded pictures, in pixels; invalid as long as no init() has succeeded.
+    /// The size of the decoded pictures.
+    /// \return in pixels; invalid as long as no init() has succeeded.
     QSize originSize() override;
 
     /// Converts a decoded frame into an image of the output size, RGBA with one byte each
@@ -83,20 +86,24 @@ public:
 
     /// Has FFmpeg print the devices through its log; AVAVFoundationFactory reads what it prints.
     /// Does nothing else, and nothing at all in an FFmpeg without the "avfoundation" input. May be
-    /// called on any thread, without an instance.
+    /// called on any thread, without an instance; see there on two listings at the same time.
     static void listDevices();
 
 public Q_SLOTS:
-    /// Sets the size of the images that resize() gives from now on, in pixels, whatever the shape
-    /// of the screen. Any size is taken; an empty one makes resize() give null images.
+    /// Sets the size of the images that resize() gives from now on, whatever the shape of the
+    /// screen.
+    /// \param size in pixels. Any size is taken; an empty one makes resize() give null images.
     void setOutputSize(QSize size) override;
 
 protected:
+    /// Decodes one packet for the capture's own timer.
+    /// \param event the tick; those of other timers go to QObject.
     void timerEvent(QTimerEvent *event) override;
 
-    /// The latest decoded picture, for nextFrame(); null before the first one and after a failed
-    /// init(). It belongs to the caller, holds its picture as long as the pointer lives, and must
-    /// not be written to. When a picture cannot be read or decoded, the one before stays.
+    /// The latest decoded picture, for nextFrame(). When a picture cannot be read or decoded, the
+    /// one before stays.
+    /// \return a picture that the caller shares, that lives as long as the pointer, and that must
+    ///         not be written to. Null before the first one and after a failed init().
     std::shared_ptr<AVFrame> decodedFrame() const;
 
 private Q_SLOTS:

@@ -27,20 +27,28 @@
 class LIBCORVANE_EXPORT IDeskCapture : public QObject {
     Q_DISABLE_COPY(IDeskCapture)
 public:
+    /// Captures nothing: that is up to the concrete class.
+    /// \param parent the usual QObject owner, or null.
     explicit IDeskCapture(QObject *parent = nullptr);
+
+    /// Runs on the thread that the object lives on. What ends with it, each back-end says.
     ~IDeskCapture() override;
 
-    /// The size of the frames that nextFrame() gives, in pixels. Each back-end says how far it
-    /// keeps to that.
+    /// The size of the frames that nextFrame() gives. Each back-end says how far it keeps to that.
+    /// \return in pixels; invalid as long as it is not known.
     virtual QSize outputSize() = 0;
 
-    /// The size of the captured display in pixels (points on a display with a scale factor).
+    /// The size of the captured display.
+    /// \return in pixels (points on a display with a scale factor); invalid as long as it is not
+    ///         known.
     virtual QSize originSize() = 0;
 
-    /// The most recent frame, without waiting for one. Empty as long as nothing has been captured.
+    /// The most recent frame, without waiting for one.
+    /// \return a frame as the class description has it; empty as long as nothing was captured.
     virtual cv::Mat nextFrame() = 0;
 
-    /// Asks for frames of this size, in pixels, from now on.
+    /// Asks for frames of another size from now on.
+    /// \param size in pixels.
     virtual void setOutputSize(QSize size) = 0;
 };
 

@@ -14,6 +14,12 @@ QImage LatestFrame::image() const
     return m_image;
 }
 
+void LatestFrame::forget()
+{
+    const std::lock_guard lock(m_mutex);
+    m_image = QImage();
+}
+
 QSize LatestFrame::originSize() const
 {
     const std::lock_guard lock(m_mutex);

@@ -15,6 +15,8 @@ public:
 
     /// The latest frame (shared, not copied); null before the first.
     QImage image() const;
+    /// Lets it go: null until the next one.
+    void forget();
     QSize originSize() const;
     QSize outputSize() const;
     void setOutputSize(QSize size);

@@ -6,6 +6,10 @@
 #include <stdbool.h>
 #include <stdint.h>
 
+// GNUstep declares the geometry itself since its Base 1.31.
+#if __has_include(<CoreFoundation/CFCGTypes.h>)
+#include <CoreFoundation/CFCGTypes.h>
+#else
 typedef double CGFloat;
 
 struct CGPoint {
@@ -25,6 +29,7 @@ struct CGRect {
     CGSize size;
 };
 typedef struct CGRect CGRect;
+#endif
 
 static inline CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat height)
 {

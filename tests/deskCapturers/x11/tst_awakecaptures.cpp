@@ -8,6 +8,14 @@
 
 // In place of the real captures: these have no threads, and were read at the time that their
 // display's number says.
+namespace {
+
+constexpr int kMost = 32;
+/// The captures that have let their frames go, in order.
+QVector<int> forgetful;
+
+} // namespace
+
 namespace corvane {
 
 ScreenCapture::ScreenCapture(uint32_t displayId, LatestFrame &frame)
@@ -34,6 +42,11 @@ void ScreenCapture::sleep()
     m_lastRead = 0;
 }
 
+void ScreenCapture::forgetFrame()
+{
+    forgetful << int(m_displayId);
+}
+
 void ScreenCapture::stop()
 {
 }
@@ -41,12 +54,6 @@ void ScreenCapture::stop()
 } // namespace corvane
 
 using namespace corvane;
-
-namespace {
-
-constexpr int kMost = 32;
-
-} // namespace
 
 class TestAwakeCaptures : public QObject {
     Q_OBJECT
@@ -58,10 +65,14 @@ private slots:
     void sleepersThatHaveNotEndedDoNotCount();
     void sleepersThatAreReadAgainCount();
     void removedOnesDoNotCount();
+    void fewOfThoseAsleepKeepTheirFrames();
+    void thoseThatWakeKeepTheirFrames();
+    void removedSleepersAreForgotten();
 
 private:
     void add(uint32_t readAt);
     QVector<int> awake() const;
+    void putToSleep(int first, int last);
 
     LatestFrame m_frame{{1, 1}, {1, 1}};
     std::deque<ScreenCapture> m_captures;
@@ -72,6 +83,7 @@ void TestAwakeCaptures::cleanup()
     for (ScreenCapture &capture : m_captures)
         AwakeCaptures::instance().remove(capture);
     m_captures.clear();
+    forgetful.clear();
 }
 
 void TestAwakeCaptures::add(uint32_t readAt)
@@ -134,6 +146,41 @@ void TestAwakeCaptures::removedOnesDoNotCount()
     add(100);
     QCOMPARE(awake().size(), kMost);
     QCOMPARE(awake().first(), 1);
+}
+
+void TestAwakeCaptures::putToSleep(int first, int last)
+{
+    for (int i = first; i <= last; ++i) {
+        add(uint32_t(i));
+        AwakeCaptures::instance().noteAsleep(m_captures.back());
+    }
+}
+
+void TestAwakeCaptures::fewOfThoseAsleepKeepTheirFrames()
+{
+    putToSleep(1, kMost);
+    QCOMPARE(forgetful, QVector<int>());
+    putToSleep(kMost + 1, kMost + 3);
+    QCOMPARE(forgetful, QVector<int>({1, 2, 3}));
+}
+
+void TestAwakeCaptures::thoseThatWakeKeepTheirFrames()
+{
+    putToSleep(1, kMost);
+    AwakeCaptures::instance().add(m_captures.front());
+    putToSleep(kMost + 1, kMost + 1);
+    QCOMPARE(forgetful, QVector<int>());
+    AwakeCaptures::instance().noteAsleep(m_captures.front()); // now the latest
+    QCOMPARE(forgetful, QVector<int>({2}));
+}
+
+void TestAwakeCaptures::removedSleepersAreForgotten()
+{
+    putToSleep(1, kMost);
+    AwakeCaptures::instance().remove(m_captures.front());
+    m_captures.pop_front();
+    putToSleep(kMost + 1, kMost + 1);
+    QCOMPARE(forgetful, QVector<int>());
 }
 
 QTEST_APPLESS_MAIN(TestAwakeCaptures)

@@ -22,11 +22,13 @@ CaptureLoop::CaptureLoop(uint32_t displayId, LatestFrame &frame, SocketWaiter &w
     , m_waiter(waiter)
     , m_isFailureReported(isFailureReported)
 {
+    m_waiter.open();
 }
 
 CaptureLoop::~CaptureLoop()
 {
     disconnect();
+    m_waiter.close();
 }
 
 CaptureLoop::Clock::time_point CaptureLoop::step()

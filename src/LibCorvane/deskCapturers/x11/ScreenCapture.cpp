@@ -31,6 +31,7 @@ ScreenCapture::ScreenCapture(uint32_t displayId, LatestFrame &frame)
 ScreenCapture::~ScreenCapture()
 {
     stop();
+    AwakeCaptures::instance().remove(*this);
 }
 
 int64_t ScreenCapture::lastRead() const
@@ -65,6 +66,11 @@ void ScreenCapture::sleep()
 {
     m_lastRead.store(0);
     m_waiter.wakeUp();
+}
+
+void ScreenCapture::forgetFrame()
+{
+    m_frame.forget();
 }
 
 void ScreenCapture::stop()
@@ -110,7 +116,7 @@ bool ScreenCapture::endsThread()
     const std::lock_guard lock(m_mutex);
     if (isWanted())
         return false;
-    AwakeCaptures::instance().remove(*this);
+    AwakeCaptures::instance().noteAsleep(*this);
     m_hasThread = false;
     m_threadHasEnded.notify_all();
     return true;

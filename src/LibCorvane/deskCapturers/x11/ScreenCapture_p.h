@@ -32,6 +32,9 @@ public:
     /// The same for good; returns when both are gone.
     void stop();
 
+    /// Lets the frame itself go; the next one comes after the next noteRead().
+    void forgetFrame();
+
     /// When the frame was last read, only to be compared; 0 since sleep().
     int64_t lastRead() const;
 

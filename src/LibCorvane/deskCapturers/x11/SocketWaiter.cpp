@@ -22,15 +22,24 @@ timespec timeLeft(SocketWaiter::Clock::time_point until)
 
 } // namespace
 
-SocketWaiter::SocketWaiter()
-    : m_wakeUps(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
-{
-}
-
 SocketWaiter::~SocketWaiter()
 {
+    close();
+}
+
+void SocketWaiter::open()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_wakeUps < 0)
+        m_wakeUps = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+}
+
+void SocketWaiter::close()
+{
+    const std::lock_guard lock(m_mutex);
     if (m_wakeUps >= 0)
-        close(m_wakeUps);
+        ::close(m_wakeUps);
+    m_wakeUps = -1;
 }
 
 void SocketWaiter::setSocket(int socket)
@@ -54,7 +63,9 @@ void SocketWaiter::waitUntil(Clock::time_point time)
 
 void SocketWaiter::wakeUp()
 {
-    eventfd_write(m_wakeUps, 1);
+    const std::lock_guard lock(m_mutex);
+    if (m_wakeUps >= 0)
+        eventfd_write(m_wakeUps, 1);
 }
 
 void SocketWaiter::interrupt()

@@ -1,0 +1,30 @@
+# read_symbols(OUT): the dynamic symbols that LIBRARY defines, as a list of "LETTER name" in the
+# words of NM. What would upset a list is spelt out; write_out_symbol(NAME) takes that back.
+function(read_symbols out)
+  set(dynamic)
+  if(DYNAMIC)
+    set(dynamic -D)
+  endif()
+  execute_process(COMMAND ${NM} -g ${dynamic} --defined-only -C ${LIBRARY}
+    OUTPUT_VARIABLE symbols RESULT_VARIABLE failed)
+  if(failed)
+    message(FATAL_ERROR "nm failed on ${LIBRARY}: ${failed}")
+  endif()
+  escape_symbols(symbols)
+  string(REGEX REPLACE "(^|;)[0-9a-f]* *([A-Za-z]) +" "\\1\\2 " symbols "${symbols}")
+  set(${out} "${symbols}" PARENT_SCOPE)
+endfunction()
+
+macro(escape_symbols variable)
+  string(REPLACE ";" "<semicolon>" ${variable} "${${variable}}")
+  string(REPLACE "[" "<open>" ${variable} "${${variable}}")
+  string(REPLACE "]" "<close>" ${variable} "${${variable}}")
+  string(REGEX REPLACE "\n+$" "" ${variable} "${${variable}}")
+  string(REPLACE "\n" ";" ${variable} "${${variable}}")
+endmacro()
+
+macro(write_out_symbol variable)
+  string(REPLACE "<semicolon>" ";" ${variable} "${${variable}}")
+  string(REPLACE "<open>" "[" ${variable} "${${variable}}")
+  string(REPLACE "<close>" "]" ${variable} "${${variable}}")
+endmacro()

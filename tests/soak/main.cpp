@@ -1,0 +1,137 @@
+// All that a host does, at once and for long: sound, screens, settings, the web service. After each
+// round the process must hold what it held after the first.
+#include "ScreenWork.h"
+#include "ServiceWork.h"
+#include "SettingsWork.h"
+#include "Soak.h"
+#include "SoakLog.h"
+#include "SoundWork.h"
+
+#include <support/LogCapture.h>
+
+#include <LibCorvane/ConfigurationManager.h>
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <optional>
+
+using namespace corvane::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qint64 kMebibyte = 1048576;
+constexpr int kQuickRounds = 4;
+constexpr int kBadArguments = 2;
+/// More than the captures that may be awake, and those asleep that may keep a frame.
+constexpr int kRemakings = 70;
+/// What a capture that nobody uses any more may leave, far less than its frame of 304 kB.
+constexpr qint64 kRecordBytes = 4096;
+
+/// The heap is allowed the room of texts that were replaced since the last fresh copy of their
+/// object, in whatever phase a round ends: 13 objects, 32 saves, 5 texts of 60 bytes each for every
+/// save, twice. The resident memory is also allowed gaps, in the arenas of threads that come and
+/// go.
+struct Options {
+    int rounds = 0;
+    std::chrono::milliseconds roundLength{};
+    Allowance allowance{};
+};
+
+void print(const QString &text)
+{
+    std::fputs(qPrintable(text), stdout);
+    std::fflush(stdout);
+}
+
+std::optional<Options> readOptions()
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        "Works for so long with sound, screens, settings and the web service at once, and prints "
+        "what the process holds after each round. Fails when that grows.");
+    parser.addHelpOption();
+    const QCommandLineOption minutes("minutes", "Rounds of a minute.", "N");
+    const QCommandLineOption seconds("seconds", "Short rounds instead, in so many seconds.", "N");
+    const QCommandLineOption resident("resident-growth", "What the resident memory may grow by.",
+                                      "MiB", "8");
+    const QCommandLineOption heap("heap-growth", "What the heap in use may grow by.", "KiB", "256");
+    parser.addOptions({minutes, seconds, resident, heap});
+    parser.process(*QCoreApplication::instance());
+    const Allowance allowance{parser.value(resident).toLongLong() * kMebibyte,
+                              parser.value(heap).toLongLong() * 1024};
+    if (parser.value(minutes).toInt() > 1)
+        return Options{parser.value(minutes).toInt(), 60s, allowance};
+    const int quick = parser.value(seconds).toInt();
+    if (quick > 0)
+        return Options{kQuickRounds, std::chrono::milliseconds(quick * 1000 / kQuickRounds),
+                       allowance};
+    return std::nullopt;
+}
+
+/// The captures that are left behind may have frames at first, and later next to nothing.
+QStringList remake(ScreenWork &screen)
+{
+    const int descriptors = processState().descriptors;
+    const qint64 first = screen.costOfRemaking(kRemakings);
+    const qint64 later = screen.costOfRemaking(kRemakings);
+    const int left = processState().descriptors - descriptors;
+    print(QString("\nA display captured anew %1 times leaves %2 bytes each, %1 times more %3 bytes "
+                  "each, and %4 descriptors in all.\n")
+              .arg(kRemakings)
+              .arg(first)
+              .arg(later)
+              .arg(left));
+    if (later < 0 || later > kRecordBytes || left != 0)
+        return {"Captures that nobody uses grow"};
+    return {};
+}
+
+QStringList work(const Options &options)
+{
+    SoakLog log;
+    SoundWork sound;
+    ScreenWork screen;
+    SettingsWork settings;
+    ServiceWork service(CORVANE_SOAK_SERVICE);
+    Soak soak({&sound, &screen, &settings, &service});
+    if (!soak.failures().isEmpty())
+        return soak.failures();
+
+    log.forget(); // the preparations
+    QVector<Round> rounds;
+    for (int i = 0; i < options.rounds; ++i) {
+        rounds << soak.doRound(options.roundLength);
+        print((i == 0 ? tableHead(rounds.first()) : QString())
+              + tableLine(QString::number(i + 1), rounds.last()));
+    }
+    const QStringList found = complaints(rounds, options.allowance) + soak.failures();
+
+    return found + remake(screen) + log.complaints();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    const auto options = readOptions();
+    if (!options) {
+        print("Say --minutes N, at least 2, or --seconds N.\n");
+        return kBadArguments;
+    }
+    const QTemporaryDir directory;
+    ConfigurationManager::setConfigPath(directory.filePath("root"));
+    {
+        const LogCapture unreadFiles;
+        ConfigurationManager::instance()->globalJsonObj();
+    }
+    const QStringList found = work(*options);
+    for (const QString &complaint : found)
+        print("FAILED: " + complaint + '\n');
+    print(found.isEmpty() ? "The end is as the state after the first round.\n" : "");
+    return found.isEmpty() ? EXIT_SUCCESS : EXIT_FAILURE;
+}
