@@ -55,6 +55,7 @@ private slots:
     void goesOnAfterAShortWrite();
     void endsAtAWriteThatFails_data();
     void endsAtAWriteThatFails();
+    void aDiskThatIsFullAtAnyByteLosesNothingOfMemory();
 
 private:
     QString path() const { return m_directory.filePath("root/global.json"); }
@@ -109,6 +110,27 @@ void TestConfigurationWrites::endsAtAWriteThatFails()
     script.clear();
     QCOMPARE(bytesOf(path()), m_document.left(kept));
     QCOMPARE(logged(log), saveFailure(path(), reason(EIO)));
+}
+
+void TestConfigurationWrites::aDiskThatIsFullAtAnyByteLosesNothingOfMemory()
+{
+    const QJsonObject memory = ConfigurationManager::instance()->globalJsonObj();
+    const QSignalSpy changes(ConfigurationManager::instance(),
+                             &ConfigurationManager::appConfigChanged);
+    for (int room = 0; room < m_document.size(); ++room) {
+        const LogCapture log;
+        script = room == 0 ? QVector<int>{-1} : QVector<int>{room, -1, -1};
+        ConfigurationManager::instance()->setAppConfig("key", "value");
+        QVERIFY(script.isEmpty());
+        QCOMPARE(bytesOf(path()), m_document.left(room));
+        QCOMPARE(logged(log), saveFailure(path(), reason(EIO)));
+        QCOMPARE(ConfigurationManager::instance()->globalJsonObj(), memory);
+        QCOMPARE(changes.count(), room + 1);
+
+        ConfigurationManager::instance()->saveGlobalValues();
+        QCOMPARE(bytesOf(path()), m_document);
+        QCOMPARE(log.lines().size(), 1);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestConfigurationWrites)
