@@ -67,6 +67,13 @@ Answer Answer::trickling() const
     return slow;
 }
 
+Answer Answer::resetting() const
+{
+    Answer rude = *this;
+    rude.resets = true;
+    return rude;
+}
+
 Answer ok(const QByteArray &body)
 {
     return declaring(body.size(), body);
@@ -260,6 +267,11 @@ void HttpServer::sendAnswer(int socket, const Answer &answer) const
     char ignored = 0;
     if (isSent && answer.staysOpen && waitFor(socket, POLLIN))
         recv(socket, &ignored, 1, 0);
+    if (answer.resets) {
+        const linger none{1, 0};
+        setsockopt(socket, SOL_SOCKET, SO_LINGER, &none, sizeof(none));
+        return;
+    }
     // An orderly end: what was sent arrives before the end does.
     shutdown(socket, SHUT_WR);
 }

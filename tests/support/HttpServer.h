@@ -26,11 +26,14 @@ struct Answer {
     bool trickles = false;
     /// The connection stays open, without another byte, until the client or the server ends.
     bool staysOpen = false;
+    /// The connection ends with a reset, which may overtake the bytes.
+    bool resets = false;
 
     /// Nothing after the first \p count bytes.
     Answer cutAt(int count) const;
     Answer open() const;
     Answer trickling() const;
+    Answer resetting() const;
 };
 
 Answer ok(const QByteArray &body);

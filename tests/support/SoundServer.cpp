@@ -35,9 +35,15 @@ pa_threaded_mainloop *mainLoop = nullptr;
 } // namespace
 
 SoundServer::SoundServer(const QStringList &modules, const QString &alsaConfiguration)
+    : m_modules(modules)
 {
     isolateProcess(alsaConfiguration);
-    start(modules);
+    start();
+    const auto settled = [this] {
+        return isRunning() || m_process.state() == QProcess::NotRunning;
+    };
+    if (!QTest::qWaitFor(settled, kStartTimeoutMs))
+        crash();
 }
 
 SoundServer::~SoundServer()
@@ -58,6 +64,19 @@ void SoundServer::crash()
 {
     m_process.kill();
     m_process.waitForFinished();
+}
+
+bool SoundServer::restart()
+{
+    QFile::remove(path("native"));
+    QFile::remove(path("log"));
+    start();
+    constexpr int stepMs = 10;
+    for (int waitedMs = 0; !isRunning() && waitedMs < kStartTimeoutMs; waitedMs += stepMs) {
+        if (m_process.waitForFinished(stepMs))
+            return false;
+    }
+    return isRunning();
 }
 
 QString SoundServer::log() const
@@ -85,7 +104,7 @@ void SoundServer::isolateProcess(const QString &alsaConfiguration)
     qputenv("ALSA_CONFIG_PATH", path("alsa.conf").toLocal8Bit());
 }
 
-void SoundServer::start(const QStringList &modules)
+void SoundServer::start()
 {
     QStringList arguments{"-n",
                           "--daemonize=no",
@@ -94,17 +113,12 @@ void SoundServer::start(const QStringList &modules)
                           "--high-priority=no",
                           "--realtime=no",
                           "--log-target=newfile:" + path("log")};
-    for (const QString &module : modules)
+    for (const QString &module : m_modules)
         arguments << "-L" << module;
     // The socket comes last: once it is there, so are the devices.
     arguments << "-L"
               << "module-native-protocol-unix auth-anonymous=1 socket=" + path("native");
     m_process.start("pulseaudio", arguments);
-    const auto settled = [this] {
-        return isRunning() || m_process.state() == QProcess::NotRunning;
-    };
-    if (!QTest::qWaitFor(settled, kStartTimeoutMs))
-        crash();
 }
 
 QString SoundServer::path(const QString &name) const

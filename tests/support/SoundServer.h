@@ -24,6 +24,9 @@ public:
     bool isRunning() const;
     /// Ends the server as a crash would, with connections open.
     void crash();
+    /// Starts it again after crash(), with the same devices. No event is handled meanwhile.
+    /// \return isRunning().
+    bool restart();
     QString log() const;
 
 private:
@@ -33,9 +36,10 @@ private:
     };
 
     void isolateProcess(const QString &alsaConfiguration);
-    void start(const QStringList &modules);
+    void start();
     QString path(const QString &name) const;
 
+    const QStringList m_modules;
     QTemporaryDir m_directory;
     Process m_process;
 };
