@@ -4,6 +4,7 @@
 
 #include <support/HeapInUse.h>
 
+#include <QCoreApplication>
 #include <QTest>
 
 #include <algorithm>
@@ -62,6 +63,9 @@ ScreenWork::~ScreenWork()
     end();
     for (const QString &id : m_held.keys())
         m_manager->releaseCapturer(id);
+    m_held.clear();
+    m_manager.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // before their records
 }
 
 void ScreenWork::begin()

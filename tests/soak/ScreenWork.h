@@ -4,6 +4,7 @@
 #include "Work.h"
 
 #include <LibCorvane/deskCapturers/DeskDuplManagerMac.h>
+#include <deskCapturers/CaptureRecords.h>
 #include <support/XClient.h>
 #include <support/XServer.h>
 
@@ -48,6 +49,7 @@ private:
 
     XServer m_server;
     XClient m_client;
+    CaptureRecords m_records;
     std::optional<DeskDuplManagerMac> m_manager;
     QMap<QString, QSharedPointer<IDeskCapture>> m_held;
     QTimer m_pictures;
