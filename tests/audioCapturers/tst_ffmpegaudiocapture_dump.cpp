@@ -3,6 +3,7 @@
 #include "AudioCaptureFixture.h"
 #include "PcmSignals.h"
 
+#include <support/ConfigurationSupport.h>
 #include <support/Interpose.h>
 #include <support/LogCapture.h>
 #include <support/MediaFiles.h>
@@ -11,6 +12,8 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QTest>
+
+#include <csignal>
 
 using namespace corvane::test;
 
@@ -52,6 +55,8 @@ private slots:
     void isNamedByTheDevice();
     void isNotMadeAfterTenSeconds();
     void unwritableFileIsPassedOver();
+    void fullDiskIsPassedOver_data();
+    void fullDiskIsPassedOver();
     void isReleasedWithTheCapturer();
     void nextCaptureHasItsOwn();
 
@@ -179,6 +184,37 @@ void TestFFMpegAudioCaptureDump::unwritableFileIsPassedOver()
         QCOMPARE(capture.blocks.size(), blocks + 1);
     }
     QCOMPARE(logged(log), QStringList());
+}
+
+void TestFFMpegAudioCaptureDump::fullDiskIsPassedOver_data()
+{
+    QTest::addColumn<int>("room");
+    QTest::newRow("no byte fits") << 0;
+    QTest::newRow("one byte fits") << 1;
+    QTest::newRow("all but one byte of a packet fits") << kPacketBytes - 1;
+    QTest::newRow("a packet fits") << kPacketBytes;
+    QTest::newRow("a packet and a byte fit") << kPacketBytes + 1;
+}
+
+void TestFFMpegAudioCaptureDump::fullDiskIsPassedOver()
+{
+    QFETCH(int, room);
+    // A write above a file-size limit is to fail with an error, not to end the process.
+    std::signal(SIGXFSZ, SIG_IGN);
+    const LogCapture log;
+    {
+        const LowLimit fileSize(RLIMIT_FSIZE, rlim_t(room));
+        ListenedCapture capture;
+        open(capture, 0);
+        for (const qint64 ms : {1, 2, 3, 10000, 10015}) {
+            const int blocks = capture.blocks.size();
+            shownMs = ms;
+            QVERIFY(capture.nextFrame());
+            QCOMPARE(capture.blocks.size(), blocks + 1); // the sound itself goes on
+        }
+    }
+    QCOMPARE(m_directory->dump(0), m_pcm.left(room));
+    QCOMPARE(logged(log), QStringList(kWritten.arg(0)));
 }
 
 void TestFFMpegAudioCaptureDump::isReleasedWithTheCapturer()

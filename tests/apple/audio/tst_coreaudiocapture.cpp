@@ -4,10 +4,12 @@
 #include <LibCorvane/audioCapturers/CoreAudioCapture.h>
 #include <LibCorvane/audioCapturers/SpectrumAnalyzer.h>
 #include <audioCapturers/PcmSignals.h>
+#include <support/ConfigurationSupport.h>
 
 #include <QSignalSpy>
 #include <QTest>
 
+#include <csignal>
 #include <memory>
 
 extern "C" {
@@ -47,6 +49,7 @@ private slots:
     void buffersAreAppendedToTheDump();
     void dumpGrowsFromRunToRun();
     void unwritableDumpIsIgnored();
+    void fullDiskIsIgnored();
     void shortCallbacksEmitNothing();
     void stereoIsReadAsMono();
     void leftAndRightAreSuccessiveSamples();
@@ -129,6 +132,28 @@ void TestCoreAudioCapture::unwritableDumpIsIgnored()
     QCOMPARE(listener.blocks().size(), 1);
     QVERIFY(isSame(listener.blocks().first(), analysedAsMono(bytes).first()));
     QVERIFY(QDir("audio.pcm").isEmpty());
+}
+
+void TestCoreAudioCapture::fullDiskIsIgnored()
+{
+    // A write above a file-size limit is to fail with an error, not to end the process.
+    std::signal(SIGXFSZ, SIG_IGN);
+    const QByteArray bytes = noise<int16_t>(kBlockBytes / 2, 2);
+    for (const int room : {0, 1, kBlockBytes - 1, kBlockBytes, kBlockBytes + 1}) {
+        QFile::remove("audio.pcm");
+        CoreAudioCapture capture;
+        const SpectraListener listener(&capture);
+        QVERIFY(capture.init());
+        {
+            const LowLimit fileSize(RLIMIT_FSIZE, rlim_t(room));
+            for (int callbacks = 0; callbacks < 2; ++callbacks)
+                QCOMPARE(deliver(core().callback(), {bytes}), OSStatus(noErr));
+        }
+        finishEmissions();
+        QCOMPARE(listener.blocks().size(), 2);
+        QVERIFY(isSame(listener.blocks().first(), analysedAsMono(bytes).first()));
+        QCOMPARE(dump(), (bytes + bytes).left(room));
+    }
 }
 
 void TestCoreAudioCapture::shortCallbacksEmitNothing()

@@ -16,6 +16,8 @@ namespace {
 constexpr xcb_image_order_t kHostOrder =
     Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? XCB_IMAGE_ORDER_LSB_FIRST : XCB_IMAGE_ORDER_MSB_FIRST;
 
+constexpr int kMostLayoutTries = 10;
+
 bool isPresent(xcb_connection_t *connection, xcb_extension_t &extension)
 {
     const auto *data = xcb_get_extension_data(connection, &extension);
@@ -73,6 +75,26 @@ const xcb_visualtype_t *visualType(const xcb_screen_t *screen, xcb_visualid_t id
             return found;
     }
     return nullptr;
+}
+
+std::optional<QRect> areaOf(xcb_connection_t *c, xcb_get_geometry_cookie_t cookie)
+{
+    const auto geometry = owned(xcb_get_geometry_reply(c, cookie, nullptr));
+    if (!geometry)
+        return std::nullopt;
+    return QRect(0, 0, geometry->width, geometry->height);
+}
+
+std::vector<Monitor> monitorsWithin(const QRect &screen,
+                                    const xcb_randr_get_monitors_reply_t &reply)
+{
+    std::vector<Monitor> monitors;
+    auto infos = xcb_randr_get_monitors_monitors_iterator(&reply);
+    for (; infos.rem > 0; xcb_randr_monitor_info_next(&infos)) {
+        const QRect area(infos.data->x, infos.data->y, infos.data->width, infos.data->height);
+        monitors.push_back({area & screen, infos.data->primary != 0});
+    }
+    return monitors;
 }
 
 } // namespace
@@ -136,31 +158,34 @@ bool XDisplay::hasWidePixels(int depth) const
 
 std::optional<QRect> XDisplay::rootArea() const
 {
-    const auto geometry = owned(
-        xcb_get_geometry_reply(connection(), xcb_get_geometry(connection(), root()), nullptr));
-    if (!geometry)
-        return std::nullopt;
-    return QRect(0, 0, geometry->width, geometry->height);
+    return areaOf(connection(), xcb_get_geometry(connection(), root()));
 }
 
 std::vector<Monitor> XDisplay::monitors() const
 {
+    if (m_hasMonitors)
+        return listedMonitors();
     const auto screen = rootArea();
-    if (!screen)
-        return {};
-    if (!m_hasMonitors)
-        return {{*screen, true}};
-    const auto cookie = xcb_randr_get_monitors(connection(), root(), true);
-    const auto reply = owned(xcb_randr_get_monitors_reply(connection(), cookie, nullptr));
-    if (!reply)
-        return {};
-    std::vector<Monitor> monitors;
-    auto infos = xcb_randr_get_monitors_monitors_iterator(reply.get());
-    for (; infos.rem > 0; xcb_randr_monitor_info_next(&infos)) {
-        const QRect area(infos.data->x, infos.data->y, infos.data->width, infos.data->height);
-        monitors.push_back({area & *screen, infos.data->primary != 0});
+    return screen ? std::vector<Monitor>{{*screen, true}} : std::vector<Monitor>();
+}
+
+/// The screen may change between two of the answers: they belong together when its size is the same
+/// before and after. Otherwise a monitor would be given a size that it never had.
+std::vector<Monitor> XDisplay::listedMonitors() const
+{
+    xcb_connection_t *c = connection();
+    for (int tries = 1;; ++tries) {
+        const auto before = xcb_get_geometry(c, root());
+        const auto list = xcb_randr_get_monitors(c, root(), true);
+        const auto after = xcb_get_geometry(c, root());
+        const auto former = areaOf(c, before);
+        const auto reply = owned(xcb_randr_get_monitors_reply(c, list, nullptr));
+        const auto screen = areaOf(c, after);
+        if (!reply || !screen)
+            return {};
+        if (former == screen || tries == kMostLayoutTries)
+            return monitorsWithin(*screen, *reply);
     }
-    return monitors;
 }
 
 void XDisplay::watchLayout() const

@@ -60,6 +60,7 @@ private:
     bool readScreen(int screenNumber);
     void readExtensions();
     std::optional<QRect> rootArea() const;
+    std::vector<Monitor> listedMonitors() const;
 
     std::unique_ptr<xcb_connection_t, Disconnect> m_connection;
     const xcb_screen_t *m_screen = nullptr;
