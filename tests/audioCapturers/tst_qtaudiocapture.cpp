@@ -124,6 +124,7 @@ private slots:
     void noDeviceIsRefused();
     void readerThatDoesNotOpenIsReported();
     void destructionStopsARunningRecording();
+    void destructionMayComeBeforeTheFirstSound();
     void connectionsDecideWhetherItIsEmpty();
 
 private:
@@ -366,6 +367,19 @@ void TestQtAudioCapture::destructionStopsARunningRecording()
     trace().clear();
     QCoreApplication::processEvents();
     QVERIFY(trace().calls().isEmpty());
+}
+
+void TestQtAudioCapture::destructionMayComeBeforeTheFirstSound()
+{
+    for (int turns = 0; turns < 12; ++turns) {
+        trace().clear();
+        auto capture = std::make_unique<QtAudioCapture>();
+        capture->start(device("cd.monitor"));
+        for (int i = 0; i < turns; ++i)
+            QCoreApplication::processEvents();
+        capture.reset();
+        QVERIFY(trace().has("stop"));
+    }
 }
 
 void TestQtAudioCapture::connectionsDecideWhetherItIsEmpty()
