@@ -11,15 +11,28 @@
 # systems between runs.
 debian_root=''
 
+# What is mounted and what runs in there ends with the script, however it ends, and then the folder
+# goes. unshare itself would not hear of an interruption.
 enter_namespace() {
-    [[ -z ${LIBCORVANE_IN_NAMESPACE:-} ]] || return 0
+    [[ -z ${LIBCORVANE_ROOTS:-} ]] || return 0
     if [[ $EUID -ne 0 ]] || ! command -v debootstrap >/dev/null; then
         echo "$0 needs root and the package debootstrap." >&2
         exit 1
     fi
-    # What is mounted and what runs in there ends with the script, however it ends.
-    LIBCORVANE_IN_NAMESPACE=1 \
-        exec unshare --mount --pid --fork --kill-child --propagation private "$0" "$@"
+    local roots code=0
+    roots=$(mktemp -d)
+    LIBCORVANE_ROOTS=$roots setpriv --pdeathsig KILL \
+        unshare --mount --pid --fork --kill-child --propagation private "$0" "$@" &
+    # shellcheck disable=SC2064
+    trap "leave_namespace $! '$roots'" EXIT
+    wait $! || code=$?
+    exit "$code"
+}
+
+leave_namespace() {
+    kill -KILL "$1" 2>/dev/null || true
+    wait "$1" 2>/dev/null || true
+    rm -rf --one-file-system "$2"
 }
 
 remove_debian_root() {
@@ -44,8 +57,7 @@ unpack_debian() {
 
 make_debian_root() {
     local suite=$1
-    debian_root=$(mktemp -d)
-    trap remove_debian_root EXIT
+    debian_root=$(mktemp -d -p "$LIBCORVANE_ROOTS")
     chmod 755 "$debian_root"
     unpack_debian "$suite"
     # In there, the root is a mount as on any machine.
@@ -58,6 +70,8 @@ make_debian_root() {
     # Packages ask nothing and start no services.
     printf '#!/bin/sh\nexit 101\n' >"$debian_root/usr/sbin/policy-rc.d"
     chmod +x "$debian_root/usr/sbin/policy-rc.d"
+    # A system that is thrown away need not survive a loss of power.
+    echo force-unsafe-io >"$debian_root/etc/dpkg/dpkg.cfg.d/unsafe-io"
 }
 
 make_devices() {
