@@ -4,8 +4,8 @@ target_compile_options(corvane_options INTERFACE
   -Wall -Wextra -Wpedantic $<$<BOOL:${LIBCORVANE_WERROR}>:-Werror>
   # QSKIP("reason") gives a variadic macro no argument, which clang's -Wpedantic forbids,
   # since 19 as something of C++20.
-  $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-gnu-zero-variadic-macro-arguments
-    -Wno-c++20-extensions>)
+  $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-gnu-zero-variadic-macro-arguments>
+  $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-c++20-extensions>)
 
 if(LIBCORVANE_SANITIZE)
   string(REPLACE ";" "," _sanitizers "${LIBCORVANE_SANITIZE}")

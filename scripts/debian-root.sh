@@ -21,7 +21,7 @@ enter_namespace() {
     fi
     local roots code=0
     roots=$(mktemp -d)
-    LIBCORVANE_ROOTS=$roots \
+    LIBCORVANE_ROOTS=$roots setpriv --pdeathsig KILL \
         unshare --mount --pid --fork --kill-child --propagation private "$0" "$@" &
     # shellcheck disable=SC2064
     trap "leave_namespace $! '$roots'" EXIT
@@ -30,7 +30,8 @@ enter_namespace() {
 }
 
 leave_namespace() {
-    kill -KILL "$1" 2>/dev/null && wait "$1" 2>/dev/null
+    kill -KILL "$1" 2>/dev/null || true
+    wait "$1" 2>/dev/null || true
     rm -rf --one-file-system "$2"
 }
 
