@@ -6,7 +6,11 @@
 
 #include <dlfcn.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 
 struct pa_context;
@@ -21,6 +25,22 @@ bool writeFile(const QString &path, const QByteArray &content)
 {
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+/// Whether somebody listens at a socket: its file is there a moment before.
+bool isListenedAt(const QString &path)
+{
+    const QByteArray name = path.toLocal8Bit();
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (size_t(name.size()) >= sizeof address.sun_path)
+        return false;
+    std::copy(name.begin(), name.end(), address.sun_path);
+    const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool isConnected =
+        connect(client, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    close(client);
+    return isConnected;
 }
 
 /// A function of the library that Qt's plug-in has loaded.
@@ -57,7 +77,7 @@ SoundServer::~SoundServer()
 
 bool SoundServer::isRunning() const
 {
-    return m_process.state() == QProcess::Running && QFile::exists(path("native"));
+    return m_process.state() == QProcess::Running && isListenedAt(path("native"));
 }
 
 void SoundServer::crash()
