@@ -15,6 +15,7 @@
 
 #include <atomic>
 #include <ctime>
+#include <memory>
 
 using namespace corvane::test;
 
@@ -55,7 +56,8 @@ extern "C" std::time_t time(std::time_t *place) noexcept
 class TestClockJumps : public QObject {
     Q_OBJECT
 private slots:
-    void cleanup() { jumpSeconds = 0; }
+    void init();
+    void cleanup();
     void captureGoesOn_data() { addJumps(); }
     void captureGoesOn();
     void sleepingCaptureWakes_data() { addJumps(); }
@@ -63,7 +65,37 @@ private slots:
 
 private:
     static void addJumps();
+    /// Whether what is drawn comes to be read.
+    bool shows(const QColor &colour);
+
+    std::unique_ptr<XServer> m_server;
+    std::unique_ptr<XClient> m_client;
+    CaptureRecord m_record;
 };
+
+void TestClockJumps::init()
+{
+    m_server = std::make_unique<XServer>();
+    QVERIFY2(m_server->isRunning(), qPrintable(m_server->log()));
+    m_server->useForThisProcess();
+    m_client = std::make_unique<XClient>(m_server->display());
+    m_record = captureOf(1);
+}
+
+void TestClockJumps::cleanup()
+{
+    jumpSeconds = 0;
+    m_record.reset();
+    m_client.reset();
+    m_server.reset();
+}
+
+bool TestClockJumps::shows(const QColor &colour)
+{
+    m_client->fill({0, 0, 1280, 720}, colour);
+    m_client->sync();
+    return isFilled(frameIn(m_record, colour), colour);
+}
 
 void TestClockJumps::addJumps()
 {
@@ -77,17 +109,7 @@ void TestClockJumps::addJumps()
 void TestClockJumps::captureGoesOn()
 {
     QFETCH(qint64, seconds);
-    const XServer server;
-    QVERIFY2(server.isRunning(), qPrintable(server.log()));
-    server.useForThisProcess();
-    XClient client(server.display());
-    const CaptureRecord record = captureOf(1);
     const LogCapture log;
-    const auto shows = [&](const QColor &colour) {
-        client.fill({0, 0, 1280, 720}, colour);
-        client.sync();
-        return isFilled(frameIn(record, colour), colour);
-    };
     QVERIFY(shows(Qt::green));
     const qint64 before = QDateTime::currentSecsSinceEpoch();
     jumpSeconds = seconds;
@@ -103,13 +125,7 @@ void TestClockJumps::captureGoesOn()
 void TestClockJumps::sleepingCaptureWakes()
 {
     QFETCH(qint64, seconds);
-    const XServer server;
-    QVERIFY2(server.isRunning(), qPrintable(server.log()));
-    server.useForThisProcess();
-    XClient client(server.display());
-    const CaptureRecord record = captureOf(1);
-    client.fill({0, 0, 1280, 720}, Qt::green);
-    QVERIFY(isFilled(frameIn(record, Qt::green), Qt::green));
+    QVERIFY(shows(Qt::green));
     const auto capturesAreAwake = [] {
         for (const QString &task : QDir("/proc/self/task").entryList(QDir::Dirs)) {
             QFile name("/proc/self/task/" + task + "/comm");
@@ -121,9 +137,7 @@ void TestClockJumps::sleepingCaptureWakes()
     jumpSeconds = seconds;
     QTRY_VERIFY_WITH_TIMEOUT(!capturesAreAwake(), 20000);
     jumpSeconds = 0;
-    client.fill({0, 0, 1280, 720}, Qt::blue);
-    client.sync();
-    QVERIFY(isFilled(frameIn(record, Qt::blue), Qt::blue));
+    QVERIFY(shows(Qt::blue));
 }
 
 QTEST_GUILESS_MAIN(TestClockJumps)
