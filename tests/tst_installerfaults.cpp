@@ -16,14 +16,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 
 using namespace corvane::test;
 
 namespace {
 
-/// The descriptor to interfere with; -1 is none.
-int disturbed = -1;
+/// The descriptor to interfere with; -1 is none. Threads of Qt's write and close, too.
+std::atomic<int> disturbed{-1};
 /// How much the disk still takes.
 size_t room = 0;
 bool losesAtClose = false;

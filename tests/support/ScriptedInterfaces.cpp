@@ -1,14 +1,22 @@
 #include "ScriptedInterfaces.h"
 
+#include <QMutex>
+
 #include <private/qnetworkinterface_p.h>
 
 namespace corvane::test {
 namespace {
 
-QList<QNetworkInterface> &script()
+/// A thread of Qt's asks for the interfaces, too.
+struct Script {
+    QMutex mutex;
+    QList<QNetworkInterface> interfaces;
+};
+
+Script &script()
 {
-    static QList<QNetworkInterface> interfaces;
-    return interfaces;
+    static Script script;
+    return script;
 }
 
 using Data = QSharedDataPointer<QNetworkInterfacePrivate>;
@@ -30,22 +38,26 @@ ScriptedInterface loopBack()
             QNetworkInterface::IsUp | QNetworkInterface::IsRunning | QNetworkInterface::IsLoopBack};
 }
 
-void setInterfaces(const QVector<ScriptedInterface> &interfaces)
+void setInterfaces(const QVector<ScriptedInterface> &wantedOnes)
 {
-    script().clear();
-    for (const ScriptedInterface &wanted : interfaces) {
+    QList<QNetworkInterface> interfaces;
+    for (const ScriptedInterface &wanted : wantedOnes) {
         QNetworkInterface interface;
         auto *data = new QNetworkInterfacePrivate; // shared and counted by the interface
         data->flags = wanted.flags;
         data->hardwareAddress = wanted.address;
         dataOf(interface) = data;
-        script().append(interface);
+        interfaces.append(interface);
     }
+    const QMutexLocker locker(&script().mutex);
+    script().interfaces = interfaces;
 }
 
 } // namespace corvane::test
 
 QList<QNetworkInterface> QNetworkInterface::allInterfaces()
 {
-    return corvane::test::script();
+    auto &script = corvane::test::script();
+    const QMutexLocker locker(&script.mutex);
+    return script.interfaces;
 }
