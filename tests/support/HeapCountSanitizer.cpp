@@ -1,9 +1,13 @@
 // Sanitizers have a heap of their own, which tells of each piece.
 #include "HeapCount.h"
 
-#include <sanitizer/allocator_interface.h>
-
 #include <atomic>
+#include <cstddef>
+
+// GCC has the function but not its header.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void *,
+                                                                          std::size_t),
+                                                         void (*onFree)(const volatile void *));
 
 namespace {
 
