@@ -2,7 +2,6 @@
 
 #include <LibCorvane/AVAVFoundationFactory.h>
 #include <support/LogCapture.h>
-#include <support/ThreadSanitizerQt.h>
 
 #include <QTest>
 
@@ -65,5 +64,5 @@ void TestAVAVFoundationFactoryThreads::listsStayWhole()
     QCOMPARE(screens.first().index, 4);
 }
 
-CORVANE_THREADS_MAIN(TestAVAVFoundationFactoryThreads)
+QTEST_GUILESS_MAIN(TestAVAVFoundationFactoryThreads)
 #include "tst_avavfoundationfactory_threads.moc"

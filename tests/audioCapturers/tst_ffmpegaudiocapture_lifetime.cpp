@@ -4,7 +4,6 @@
 
 #include <support/LogCapture.h>
 #include <support/ScriptedInput.h>
-#include <support/ThreadSanitizerQt.h>
 
 #include <QPointer>
 #include <QTest>
@@ -268,5 +267,5 @@ void TestFFMpegAudioCaptureLifetime::nothingIsReadWhileTheDeviceIsBeingOpened()
     QCOMPARE(capture.blocks.size(), 4);
 }
 
-CORVANE_THREADS_MAIN(TestFFMpegAudioCaptureLifetime)
+QTEST_GUILESS_MAIN(TestFFMpegAudioCaptureLifetime)
 #include "tst_ffmpegaudiocapture_lifetime.moc"

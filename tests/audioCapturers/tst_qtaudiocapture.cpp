@@ -2,7 +2,6 @@
 #include <support/Interpose.h>
 #include <support/LogCapture.h>
 #include <support/SoundServer.h>
-#include <support/ThreadSanitizerQt.h>
 
 #include <QAudioFormat>
 #include <QAudioInput>
@@ -395,5 +394,5 @@ void TestQtAudioCapture::connectionsDecideWhetherItIsEmpty()
     QVERIFY(capture.isEmptyConnection());
 }
 
-CORVANE_THREADS_MAIN(TestQtAudioCapture)
+QTEST_GUILESS_MAIN(TestQtAudioCapture)
 #include "tst_qtaudiocapture.moc"

@@ -7,7 +7,6 @@
 #include <LibCorvane/deskCapturers/AVFoundationCapture.h>
 #include <LibCorvane/deskCapturers/DeskDuplManagerMac.h>
 #include <support/LogCapture.h>
-#include <support/ThreadSanitizerQt.h>
 
 #include <QEventLoop>
 #include <QPointer>
@@ -309,5 +308,5 @@ void TestDeskDuplManagerUsers::threadsThatWaitForEachOtherAreAllServed()
     QVERIFY(lines.contains(acquired("10", 1)));
 }
 
-CORVANE_THREADS_MAIN(TestDeskDuplManagerUsers)
+QTEST_GUILESS_MAIN(TestDeskDuplManagerUsers)
 #include "tst_deskduplmanager_users.moc"

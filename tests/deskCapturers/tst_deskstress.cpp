@@ -6,7 +6,6 @@
 #include <LibCorvane/ConfigurationManager.h>
 #include <LibCorvane/deskCapturers/DeskDuplManagerMac.h>
 #include <support/LogCapture.h>
-#include <support/ThreadSanitizerQt.h>
 #include <support/XClient.h>
 #include <support/XServer.h>
 
@@ -252,5 +251,5 @@ void TestDeskStress::sharedCapturersStayWhole()
     QCOMPARE(CaptureRecords::count(), 2 + accounts["1"].made + accounts["2"].made);
 }
 
-CORVANE_THREADS_MAIN(TestDeskStress)
+QTEST_GUILESS_MAIN(TestDeskStress)
 #include "tst_deskstress.moc"

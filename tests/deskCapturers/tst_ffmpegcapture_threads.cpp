@@ -3,7 +3,6 @@
 #include "ScreenReader.h"
 
 #include <support/ScriptedInput.h>
-#include <support/ThreadSanitizerQt.h>
 
 #include <QTest>
 
@@ -98,5 +97,5 @@ void TestFFMpegCaptureThreads::framesStayWhole()
     QCOMPARE(QSize(frame.cols, frame.rows), kSizes[0]);
 }
 
-CORVANE_THREADS_MAIN(TestFFMpegCaptureThreads)
+QTEST_GUILESS_MAIN(TestFFMpegCaptureThreads)
 #include "tst_ffmpegcapture_threads.moc"

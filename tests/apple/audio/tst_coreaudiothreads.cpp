@@ -6,7 +6,6 @@
 #include <LibCorvane/audioCapturers/CoreAudioCapture.h>
 #include <LibCorvane/audioCapturers/CoreAudioSink_p.h>
 #include <audioCapturers/PcmSignals.h>
-#include <support/ThreadSanitizerQt.h>
 
 #include <QFileInfo>
 #include <QTest>
@@ -342,5 +341,5 @@ void TestCoreAudioThreads::poolThreadMayDeleteTheCapturer()
     QCOMPARE(dumpSize(), qint64(2 * block().size()));
 }
 
-CORVANE_THREADS_MAIN(TestCoreAudioThreads)
+QTEST_GUILESS_MAIN(TestCoreAudioThreads)
 #include "tst_coreaudiothreads.moc"

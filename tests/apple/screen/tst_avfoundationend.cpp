@@ -3,7 +3,6 @@
 #include "TestPictures.h"
 
 #include <LibCorvane/deskCapturers/AVFoundationCaptureImpl.h>
-#include <support/ThreadSanitizerQt.h>
 
 #include <QTest>
 
@@ -202,5 +201,5 @@ void TestAVFoundationEnd::readersAndFramesShareARecord()
     QCOMPARE(wrong.load(), 0);
 }
 
-CORVANE_THREADS_MAIN(TestAVFoundationEnd)
+QTEST_GUILESS_MAIN(TestAVFoundationEnd)
 #include "tst_avfoundationend.moc"
