@@ -34,11 +34,20 @@ Soak::Soak(std::vector<Work *> works)
 {
 }
 
-Round Soak::doRound(std::chrono::milliseconds length)
+QVector<Round> Soak::newRounds(int count)
+{
+    QVector<Round> rounds(count);
+    for (Round &round : rounds) {
+        noteDone(round);
+        std::fill(round.done.begin(), round.done.end(), 0);
+    }
+    return rounds;
+}
+
+void Soak::doRound(Round &round, std::chrono::milliseconds length)
 {
     for (Work *work : m_works)
         work->begin();
-    Round round;
     QTest::qWait(int(length.count()));
     noteDone(round);
     const QDeadlineTimer deadline(kWorkTimeoutMs);
@@ -50,7 +59,6 @@ Round Soak::doRound(std::chrono::milliseconds length)
         work->end();
     round.state = settle();
     noteDone(round);
-    return round;
 }
 
 void Soak::noteDone(Round &round)

@@ -15,8 +15,11 @@ class Soak {
 public:
     explicit Soak(std::vector<Work *> works);
 
-    /// \return what the round has left once everything is idle again.
-    Round doRound(std::chrono::milliseconds length);
+    /// Rounds in which nothing has been done yet. All of them are made before the first is done, so
+    /// that notes are nothing that grows.
+    QVector<Round> newRounds(int count);
+    /// Works, and notes down what that has left once everything is idle again.
+    void doRound(Round &round, std::chrono::milliseconds length);
     /// What went wrong so far.
     QStringList failures() const;
 

@@ -127,11 +127,11 @@ QStringList work(const Options &options)
         return soak.failures();
 
     log.forget(); // the preparations
-    QVector<Round> rounds;
+    QVector<Round> rounds = soak.newRounds(options.rounds);
+    print(tableHead(rounds.first()));
     for (int i = 0; i < options.rounds; ++i) {
-        rounds << soak.doRound(options.roundLength);
-        print((i == 0 ? tableHead(rounds.first()) : QString())
-              + tableLine(QString::number(i + 1), rounds.last()));
+        soak.doRound(rounds[i], options.roundLength);
+        print(tableLine(QString::number(i + 1), rounds[i]));
     }
     const QStringList found = complaints(rounds, options.allowance) + soak.failures();
 
