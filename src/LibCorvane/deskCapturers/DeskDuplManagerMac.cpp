@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 #include <QDebug>
-#include <QPointer>
 #include <QThread>
 #include <QVariant>
 
@@ -31,22 +30,38 @@ void endThread(QThread &thread)
     thread.wait();
 }
 
-// Does nothing when the manager's destructor has deleted the capturer that a host still held.
-class LaterDeletion {
+/// A capturer as long as it lives. Any thread may ask for its deletion, also while the capturer's
+/// own thread deletes it.
+class LivingCapturer {
 public:
-    explicit LaterDeletion(IDeskCapture *capturer)
-        : m_capturer(std::make_shared<QPointer<IDeskCapture>>(capturer))
+    explicit LivingCapturer(IDeskCapture *capturer)
+        : m_capturer(capturer)
     {
     }
-    void operator()(IDeskCapture *) const
+    void forget()
     {
-        if (*m_capturer)
-            (*m_capturer)->deleteLater();
+        const QMutexLocker locker(&m_mutex);
+        m_capturer = nullptr;
+    }
+    void deleteLater()
+    {
+        const QMutexLocker locker(&m_mutex);
+        if (m_capturer)
+            m_capturer->deleteLater();
     }
 
 private:
-    std::shared_ptr<QPointer<IDeskCapture>> m_capturer;
+    QMutex m_mutex;
+    IDeskCapture *m_capturer;
 };
+
+/// Shared by the users, the last of whom may come after the manager has had the capturer deleted.
+QSharedPointer<IDeskCapture> shared(IDeskCapture *capturer)
+{
+    const auto living = std::make_shared<LivingCapturer>(capturer);
+    QObject::connect(capturer, &QObject::destroyed, [living] { living->forget(); });
+    return {capturer, [living](IDeskCapture *) { living->deleteLater(); }};
+}
 
 } // namespace
 
@@ -175,5 +190,5 @@ void DeskDuplManagerMac::makeCapturer(QString id)
     // Kept also when it cannot start: it then gives empty frames.
     auto *capturer = new AVFoundationCapture(m_option); // owned by the shared pointer
     capturer->start(static_cast<uint32_t>(id.toInt(nullptr, 10)));
-    context->capturer.reset(capturer, LaterDeletion(capturer));
+    context->capturer = shared(capturer);
 }
