@@ -2,6 +2,7 @@
 // What is wrong here shows under AddressSanitizer at the latest.
 
 #include <support/ConfigurationSupport.h>
+#include <support/Destruction.h>
 #include <support/HttpServer.h>
 #include <support/LogCapture.h>
 #include <support/ServiceFixture.h>
@@ -25,19 +26,16 @@ class TestServiceDestruction : public QObject {
 private slots:
     void initTestCase();
     void cleanup();
-    void managerGoesAtAnyMoment_data() { addSeeds(); }
+    void managerGoesAtAnyMoment_data() { addSeeds(60); }
     void managerGoesAtAnyMoment();
-    void managerGoesInAnySlot_data() { addSeeds(); }
+    void managerGoesInAnySlot_data() { addSeeds(60); }
     void managerGoesInAnySlot();
-    void feedbackGoesAtAnyMoment_data() { addSeeds(); }
+    void feedbackGoesAtAnyMoment_data() { addSeeds(60); }
     void feedbackGoesAtAnyMoment();
 
 private:
-    static void addSeeds();
     /// Each kind of request, and a manager with an installer to download.
     void startEverything(FeedbackManager &feedback, const std::function<void()> &onTold);
-    /// Some turns of the event loop; it may be that there is nothing to do in one.
-    static void turn(int times);
 
     ServiceFixture m_fixture;
     QScopedPointer<HttpServer> m_server;
@@ -66,13 +64,6 @@ void TestServiceDestruction::cleanup()
     forgetServiceReplies();
 }
 
-void TestServiceDestruction::addSeeds()
-{
-    QTest::addColumn<unsigned>("seed");
-    for (unsigned seed = 1; seed <= 60; ++seed)
-        QTest::newRow(qPrintable(QString("seed %1").arg(seed))) << seed;
-}
-
 void TestServiceDestruction::startEverything(FeedbackManager &feedback,
                                              const std::function<void()> &onTold)
 {
@@ -89,22 +80,12 @@ void TestServiceDestruction::startEverything(FeedbackManager &feedback,
     m_manager->uploadAppOnOffTime("then", {});
 }
 
-void TestServiceDestruction::turn(int times)
-{
-    for (int i = 0; i < times; ++i) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-}
-
 void TestServiceDestruction::managerGoesAtAnyMoment()
 {
     QFETCH(unsigned, seed);
     std::mt19937 random(seed);
     const LogCapture log;
     FeedbackManager feedback(nullptr);
-    QTimer ticks; // so that each turn ends
-    ticks.start(0);
     startEverything(feedback, [] {});
     turn(int(random() % 60));
     const auto before = log.lines().size();
@@ -125,8 +106,6 @@ void TestServiceDestruction::managerGoesInAnySlot()
         if (told++ == last)
             delete m_manager;
     });
-    QTimer ticks;
-    ticks.start(0);
     const auto isOver = [this] {
         const auto replies = serviceReplies();
         return !m_manager || std::all_of(replies.begin(), replies.end(), [](const auto &reply) {
@@ -147,8 +126,6 @@ void TestServiceDestruction::feedbackGoesAtAnyMoment()
     const LogCapture log;
     auto feedback = std::make_unique<FeedbackManager>(nullptr);
     bool isSent = false;
-    QTimer ticks;
-    ticks.start(0);
     m_fixture.reset();
     m_manager = new NetRCManager(nullptr);
     writeBytes(feedback->feedbackFileName(), QByteArray(300000, 'z'));

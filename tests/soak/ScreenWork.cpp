@@ -1,8 +1,7 @@
 #include "ScreenWork.h"
 
-#include "ProcessState.h"
-
 #include <support/HeapInUse.h>
+#include <support/ProcessState.h>
 
 #include <QCoreApplication>
 #include <QTest>

@@ -1,7 +1,7 @@
 #ifndef CORVANE_TESTS_VERDICT_H
 #define CORVANE_TESTS_VERDICT_H
 
-#include "ProcessState.h"
+#include <support/ProcessState.h>
 
 #include <QMap>
 #include <QString>

@@ -85,9 +85,11 @@ bool deliver(void **arguments)
     auto *receiver = static_cast<QObject *>(arguments[0]);
     auto *event = static_cast<QEvent *>(arguments[1]);
     const bool deletesReceiver = event->type() == QEvent::DeferredDelete;
-    const QScopedScopeLevelCounter scope(QObjectPrivate::get(receiver)->threadData);
-    beginDelivery(receiver, event);
-    *static_cast<bool *>(arguments[2]) = application->notify(receiver, event);
+    {
+        const QScopedScopeLevelCounter scope(QObjectPrivate::get(receiver)->threadData);
+        beginDelivery(receiver, event);
+        *static_cast<bool *>(arguments[2]) = application->notify(receiver, event);
+    }
     if (!deletesReceiver)
         happensBefore(receiver);             // for a caller that waits for the delivery
     happensBefore(QThread::currentThread()); // for one that waits for the thread's end
