@@ -87,6 +87,7 @@ private:
 /// the worker's; its event loop delivers the signals, and they arrive there. isEmptyConnection()
 /// may be called on any thread. Each capturer has one worker thread as long as it lives, where the
 /// audio input is made, fed, analysed and stopped; start(), stop() and the destructor wait for it.
+/// The object may be destroyed in a slot of its own signal.
 class LIBCORVANE_EXPORT QtAudioCapture : public IAudioCapture {
     Q_OBJECT
 public:
