@@ -21,7 +21,8 @@
 /// \endcode
 ///
 /// \par Threads
-/// Use it on the thread it lives on, that of the manager; its signals are emitted there.
+/// Use it on the thread it lives on, that of the manager; its signals are emitted there. A slot of
+/// these may delete the manager, and with it the option.
 class LIBCORVANE_EXPORT DeskCaptureOption : public QObject {
     Q_OBJECT
     /// The number of modes; 1 after construction.
