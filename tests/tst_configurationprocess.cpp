@@ -41,6 +41,7 @@ private slots:
     void isSilentWhenADirectoryCannotBeMade();
     void keepsWhatIsInTheDataRoot();
     void losesUnsavedChangesAtExit();
+    void endsInASlotOfItsOwnSignal();
     void keepsSavedChangesAcrossProcesses();
     void survivesAFullDisk();
 
@@ -194,6 +195,16 @@ void TestConfigurationProcess::losesUnsavedChangesAtExit()
     QCOMPARE(result.output, QByteArray("{\"key\":\"new\"}\ndestroyed\n"));
     QCOMPARE(bytesOf(path("root/global.json")), before);
     QCOMPARE(result.log, QByteArray());
+}
+
+void TestConfigurationProcess::endsInASlotOfItsOwnSignal()
+{
+    QVERIFY(QDir().mkdir(path("root")));
+    const HostResult result = host({"setConfigPath", path("root"), "announceTheEnd",
+                                    "exitWhenChanged", "setAppConfig", "key", "value", "reset"});
+    QCOMPARE(result.exitCode, 3);
+    QCOMPARE(result.output, QByteArray("destroyed\n"));
+    QCOMPARE(bytesOf(path("root/global.json")), QByteArray("{\n    \"key\": \"value\"\n}\n"));
 }
 
 void TestConfigurationProcess::keepsSavedChangesAcrossProcesses()

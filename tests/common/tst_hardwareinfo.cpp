@@ -5,6 +5,7 @@
 
 #include <LibCorvane/common/HardwareInfo.h>
 
+#include <QPointer>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
@@ -12,7 +13,10 @@
 #include <sys/statvfs.h>
 
 #include <array>
+#include <atomic>
 #include <cstdio>
+#include <memory>
+#include <thread>
 #include <type_traits>
 
 using namespace corvane::test;
@@ -78,6 +82,7 @@ private slots:
     void findsAnAddressThatTheSystemKnows();
     void hasNoScreenWithoutAnApplicationForOne();
     void answersOnAnyThread();
+    void answersWhileObjectsComeAndGo();
     void isAnObjectWithoutMembers();
 
 private:
@@ -239,6 +244,32 @@ void TestHardwareInfo::answersOnAnyThread()
     thread->start();
     QVERIFY(thread->wait());
     QCOMPARE(elsewhere, answers());
+}
+
+// An object holds nothing that an answer under way needs.
+void TestHardwareInfo::answersWhileObjectsComeAndGo()
+{
+    const LogCapture log;
+    const QString wanted = HardwareInfo::osVersion() + HardwareInfo::get_cpuId();
+    std::atomic<int> answers{0};
+    std::atomic<int> wrongAnswers{0};
+    std::atomic<bool> ends{false};
+    std::thread asking([&] {
+        for (; !ends; ++answers)
+            wrongAnswers += HardwareInfo::osVersion() + HardwareInfo::get_cpuId() != wanted;
+    });
+    for (const int last = 100; answers < last;) {
+        auto owner = std::make_unique<QObject>();
+        const QPointer<HardwareInfo> owned(new HardwareInfo(owner.get()));
+        auto own = std::make_unique<HardwareInfo>();
+        own.reset();
+        owner.reset();
+        QVERIFY(!owned);
+    }
+    ends = true;
+    asking.join();
+    QCOMPARE(wrongAnswers.load(), 0);
+    QCOMPARE(logged(log), QStringList());
 }
 
 void TestHardwareInfo::isAnObjectWithoutMembers()

@@ -13,6 +13,7 @@
 #include <QStandardPaths>
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 
 namespace {
@@ -42,6 +43,11 @@ void announceTheEnd()
     QObject::connect(manager(), &QObject::destroyed, [] { std::puts("destroyed"); });
 }
 
+void exitWhenChanged()
+{
+    QObject::connect(manager(), &ConfigurationManager::appConfigChanged, [] { std::exit(3); });
+}
+
 QHash<QString, Command> commands()
 {
     using Arguments = const QStringList &;
@@ -69,6 +75,7 @@ QHash<QString, Command> commands()
         {"reset", {0, [](Arguments) { manager()->reset(); }}},
         {"EnableCleanStartup", {0, [](Arguments) { manager()->EnableCleanStartup(); }}},
         {"announceTheEnd", {0, [](Arguments) { announceTheEnd(); }}},
+        {"exitWhenChanged", {0, [](Arguments) { exitWhenChanged(); }}},
     };
 }
 
