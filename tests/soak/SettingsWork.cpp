@@ -17,6 +17,8 @@ constexpr int kWriteMs = 20;
 constexpr int kWritesPerSave = 5;
 constexpr int kEffects = 8;
 constexpr int kControllers = 4;
+/// After as many saves of an object the library has given back what replaced texts took.
+constexpr int kSavesPerFreshCopy = 32;
 
 ConfigurationManager &manager()
 {
@@ -74,6 +76,8 @@ void SettingsWork::end()
     m_timer.stop();
     save();
     compareFile();
+    for (int i = 0; i < kSavesPerFreshCopy; ++i)
+        manager().save();
 }
 
 void SettingsWork::change()

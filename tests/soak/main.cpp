@@ -73,7 +73,7 @@ std::optional<Options> readOptions()
     const QCommandLineOption seconds("seconds", "Short rounds instead, in so many seconds.", "N");
     const QCommandLineOption resident("resident-growth", "What the resident memory may grow by.",
                                       "MiB", "8");
-    const QCommandLineOption heap("heap-growth", "What the heap in use may grow by.", "KiB", "256");
+    const QCommandLineOption heap("heap-growth", "What the heap in use may grow by.", "KiB", "32");
     const QCommandLineOption only(
         "only", "One kind of work, to see which one grows: sound, screens, settings or service.",
         "kind");
