@@ -30,8 +30,9 @@ constexpr int kQuickRounds = 4;
 constexpr int kBadArguments = 2;
 /// More than the captures that may be awake, and those asleep that may keep a frame.
 constexpr int kRemakings = 70;
-/// What a capture that nobody uses any more may leave, far less than its frame of 304 kB.
-constexpr qint64 kRecordBytes = 4096;
+/// What a capture that nobody uses any more may leave, far less than its frame of 304 kB; one that
+/// is just being made counts, too, divided by all of them.
+constexpr qint64 kRecordBytes = 16384;
 
 /// The heap is allowed the room of texts that were replaced since the last fresh copy of their
 /// object, in whatever phase a round ends: 13 objects, 32 saves, 5 texts of 60 bytes each for every
