@@ -152,11 +152,15 @@ QString ScreenWork::failure() const
 
 bool ScreenWork::awaitFrame()
 {
-    return QTest::qWaitFor([this] { return !m_held.first()->nextFrame().empty(); },
-                           kFrameTimeoutMs);
+    return QTest::qWaitFor(
+        [this] {
+            idle(); // a held capture that slept would take the place of one that keeps its frame
+            return !m_held.first()->nextFrame().empty();
+        },
+        kFrameTimeoutMs);
 }
 
-qint64 ScreenWork::costOfRemaking(int times)
+std::optional<qint64> ScreenWork::costOfRemaking(int times)
 {
     const QString id = m_held.firstKey();
     const int threads = processState().threads;
@@ -174,7 +178,9 @@ qint64 ScreenWork::costOfRemaking(int times)
             return processState().threads <= threads;
         },
         kSleepTimeoutMs);
-    return sleeps ? (heapInUse() - before) / times : -1;
+    if (!sleeps)
+        return std::nullopt;
+    return (heapInUse() - before) / times;
 }
 
 } // namespace corvane::test

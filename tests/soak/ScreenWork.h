@@ -38,8 +38,8 @@ public:
 
     /// Releases a display and acquires it, so many times, until a frame of each capture has come
     /// and all of them but the last have gone to sleep.
-    /// \return the growth of the heap for each time, in bytes.
-    qint64 costOfRemaking(int times);
+    /// \return the growth of the heap for each time, in bytes; nothing if one stays awake.
+    std::optional<qint64> costOfRemaking(int times);
 
 private:
     void drawNextPicture();

@@ -30,9 +30,8 @@ constexpr int kQuickRounds = 4;
 constexpr int kBadArguments = 2;
 /// More than the captures that may be awake, and those asleep that may keep a frame.
 constexpr int kRemakings = 70;
-/// What a capture that nobody uses any more may leave, far less than its frame of 304 kB; one that
-/// is just being made counts, too, divided by all of them.
-constexpr qint64 kRecordBytes = 16384;
+/// What a capture that nobody uses any more may leave, far less than its frame of 304 kB.
+constexpr qint64 kRecordBytes = 4096;
 
 /// The heap is allowed the room of texts that were replaced since the last fresh copy of their
 /// object, in whatever phase a round ends: 13 objects, 32 saves, 5 texts of 60 bytes each for every
@@ -95,16 +94,18 @@ std::optional<Options> readOptions()
 QStringList remake(ScreenWork &screen)
 {
     const int descriptors = processState().descriptors;
-    const qint64 first = screen.costOfRemaking(kRemakings);
-    const qint64 later = screen.costOfRemaking(kRemakings);
+    const auto first = screen.costOfRemaking(kRemakings);
+    const auto later = screen.costOfRemaking(kRemakings);
+    if (!first || !later)
+        return {"Captures that nobody uses stay awake"};
     const int left = processState().descriptors - descriptors;
     print(QString("\nA display captured anew %1 times leaves %2 bytes each, %1 times more %3 bytes "
                   "each, and %4 descriptors in all.\n")
               .arg(kRemakings)
-              .arg(first)
-              .arg(later)
+              .arg(*first)
+              .arg(*later)
               .arg(left));
-    if (later < 0 || later > kRecordBytes || left != 0)
+    if (*later > kRecordBytes || left != 0)
         return {"Captures that nobody uses grow"};
     return {};
 }
