@@ -1,8 +1,9 @@
 #ifndef CORVANE_TESTS_AUDIOCAPTUREFIXTURE_H
 #define CORVANE_TESTS_AUDIOCAPTUREFIXTURE_H
 
+#include "AnalyzedBlocks.h"
+
 #include <LibCorvane/audioCapturers/FFMpegAudioCapture.h>
-#include <LibCorvane/audioCapturers/SpectrumAnalyzer.h>
 
 #include <QAbstractEventDispatcher>
 #include <QDir>
@@ -11,8 +12,6 @@
 #include <QTemporaryDir>
 
 namespace corvane::test {
-
-using Blocks = QVector<QVector<SoundChannel>>;
 
 /// A working directory three folders below a temporary one, where the PCM goes.
 class NestedDirectory {

@@ -2,9 +2,8 @@
 // mask; "d" with a count of bytes, the size of chunks, and bytes that are repeated to make the
 // data; "s" with a strength.
 
+#include "../audioCapturers/AnalyzedBlocks.h"
 #include "Fuzzing.h"
-
-#include <LibCorvane/audioCapturers/SpectrumAnalyzer.h>
 
 #include <QtAlgorithms>
 
@@ -14,12 +13,11 @@
 #include <limits>
 
 using namespace corvane::fuzz;
+using namespace corvane::test;
 
 namespace {
 
-using Blocks = QVector<QVector<SoundChannel>>;
-
-constexpr qint64 kBlockFrames = 2048;
+constexpr qint64 kBlockFrames = kFrames;
 constexpr int kMostBytes = 150000; // of one input; a block of 64 channels
 constexpr int kMostChunks = 100;
 constexpr int kMostOperations = 12;
@@ -65,12 +63,6 @@ bool isSame(const Blocks &a, const Blocks &b)
 int edge(double frequency, int rate)
 {
     return int(std::min(std::floor(frequency / rate * kBlockFrames), 1024.0));
-}
-
-Blocks analyse(SpectrumAnalyzer &analyzer, const QByteArray &bytes)
-{
-    return analyzer.handle(reinterpret_cast<const unsigned char *>(bytes.constData()),
-                           bytes.size());
 }
 
 /// Two analysers with the same stream, in chunks and whole.
