@@ -11,6 +11,8 @@ class TestJsonCopy : public QObject {
 private slots:
     void membersAreTheSame_data();
     void membersAreTheSame();
+    void hiddenMarksDoNotChangeWhatIsReadNext_data();
+    void hiddenMarksDoNotChangeWhatIsReadNext();
     void integersStayExact();
     void numbersThatNoFileHoldsStay();
     void copyIsOfItsOwn();
@@ -40,6 +42,31 @@ void TestJsonCopy::membersAreTheSame()
     QFETCH(QJsonObject, object);
     QCOMPARE(freshCopy(object), object);
     QCOMPARE(QJsonDocument(freshCopy(object)).toJson(), QJsonDocument(object).toJson());
+}
+
+// Qt keeps a U+FEFF before a name or text that it parsed and orders by it, yet neither hands it out
+// nor writes it.
+void TestJsonCopy::hiddenMarksDoNotChangeWhatIsReadNext_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("before the name that sorts first without it")
+        << QByteArray("{\"red\":1,\"\ufeffblue\":2}");
+    QTest::newRow("before a name") << QByteArray("{\"\ufeffred\":1}");
+    QTest::newRow("which alone tells two names apart") << QByteArray("{\"red\":1,\"\ufeffred\":2}");
+    QTest::newRow("before a text") << QByteArray("{\"a\":\"\ufeffred\"}");
+    QTest::newRow("before a text in a list") << QByteArray("{\"a\":[\"\ufeffred\"]}");
+    QTest::newRow("before a name in a branch") << QByteArray("{\"a\":{\"\ufeffred\":1}}");
+}
+
+void TestJsonCopy::hiddenMarksDoNotChangeWhatIsReadNext()
+{
+    QFETCH(QByteArray, text);
+    const QJsonObject object = QJsonDocument::fromJson(text).object();
+    const auto readNext = [](const QJsonObject &saved) {
+        return QJsonDocument::fromJson(QJsonDocument(saved).toJson()).object();
+    };
+    QVERIFY(!readNext(object).isEmpty());
+    QCOMPARE(readNext(freshCopy(object)), readNext(object));
 }
 
 void TestJsonCopy::integersStayExact()

@@ -27,6 +27,23 @@ void change(QJsonObject &object, Input &input)
                 "what was set at a path is read there");
 }
 
+QByteArray written(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson();
+}
+
+// Not the objects: Qt compares integers that no double tells apart, and loses them on the way. A
+// mark that Qt hides still decides on the order of the names until they were written and read.
+void requireEqualCopy(const QJsonObject &object, bool hasNoMark)
+{
+    const QByteArray original = written(object);
+    const QByteArray copy = written(corvane::freshCopy(object));
+    if (hasNoMark)
+        require(copy == original, "a copy says the same");
+    require(written(settingsIn(copy)) == written(settingsIn(original)),
+            "what a copy saves is read as what the original saves");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -46,9 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     while (!input.isAtEnd())
         change(object, input);
 
-    // Not the objects: Qt compares integers that no double tells apart, and loses them on the way.
-    require(QJsonDocument(corvane::freshCopy(object)).toJson() == QJsonDocument(object).toJson(),
-            "a copy says the same");
+    requireEqualCopy(object, hasNoMark);
     folder.manager->jsonObject(kName) = object;
     folder.manager->saveJsonObject(kName);
     const QJsonObject again = load(path);
