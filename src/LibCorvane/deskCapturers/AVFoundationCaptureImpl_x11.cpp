@@ -64,8 +64,10 @@ QSize AVCaptureOutputSize(AVFoundationCaptureImpl *record)
 
 QImage AVCaptureNextFrame(AVFoundationCaptureImpl *record)
 {
+    // Taken first: a thread that this read starts could deliver before the frame is taken, or not.
+    QImage frame = record->frame.image();
     record->capture.noteRead();
-    return record->frame.image();
+    return frame;
 }
 
 QList<unsigned int> availableDisplayIDs()

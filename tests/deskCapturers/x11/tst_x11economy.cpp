@@ -10,7 +10,9 @@
 #include <QFile>
 #include <QProcess>
 #include <QSet>
+#include <QThread>
 
+#include <pthread.h>
 #include <unistd.h>
 #include <xcb/shm.h>
 
@@ -22,6 +24,7 @@ using namespace corvane::test;
 namespace {
 
 std::atomic<bool> serverIsElsewhere{false};
+thread_local bool pausesAfterLocks = false;
 
 } // namespace
 
@@ -32,6 +35,16 @@ extern "C" xcb_void_cookie_t xcb_shm_attach_checked(xcb_connection_t *connection
 {
     return nextFunction<decltype(xcb_shm_attach_checked)>("xcb_shm_attach_checked")(
         connection, segment, serverIsElsewhere ? 0x7fffffff : id, readOnly);
+}
+
+// Stands before the C library's own function, to hold up the thread that asks for it: long enough
+// for a new thread to deliver a frame.
+extern "C" int pthread_mutex_unlock(pthread_mutex_t *mutex)
+{
+    const int result = nextFunction<decltype(pthread_mutex_unlock)>("pthread_mutex_unlock")(mutex);
+    if (pausesAfterLocks)
+        QThread::msleep(300);
+    return result;
 }
 
 namespace {
@@ -95,6 +108,7 @@ private slots:
 
     void captureThatNobodyReadsSleepsAndWakes();
     void sleepingCaptureKeepsItsLastFrame();
+    void readThatWakesGivesTheLastFrame();
     void capturesAreNotAwakeInMasses();
     void sleepersHoldNoDescriptorsAndFewFrames();
     void freeingEndsTheThreadAndTheConnection();
@@ -151,6 +165,19 @@ void TestX11Economy::sleepingCaptureKeepsItsLastFrame()
     const QImage frame = frameThat(record, [](const QImage &image) { return image.width() == 40; });
     QCOMPARE(frame.size(), QSize(40, 30));
     QCOMPARE(log.messages(), QStringList());
+}
+
+// Also when the thread that it starts is faster than the rest of the read.
+void TestX11Economy::readThatWakesGivesTheLastFrame()
+{
+    const auto record = captureOf(1);
+    const QImage first = firstFrame(record);
+    QTRY_COMPARE_WITH_TIMEOUT(captureThreads(), 0, kPatienceMs);
+    AVCaptureSetOutputSize(record.get(), {40, 30});
+    pausesAfterLocks = true;
+    const QImage woken = AVCaptureNextFrame(record.get());
+    pausesAfterLocks = false;
+    QCOMPARE(woken, first);
 }
 
 void TestX11Economy::capturesAreNotAwakeInMasses()
