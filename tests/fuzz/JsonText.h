@@ -13,10 +13,19 @@
 
 namespace corvane::fuzz {
 
-/// A value out of its JSON text; Undefined when it is none.
-inline QJsonValue valueOf(const QByteArray &json)
+constexpr char kByteOrderMark[] = "\xef\xbb\xbf";
+
+/// A value out of its JSON text; Undefined when it is none. Marks are left out: Qt tells names
+/// apart by one that it does not show, as no model here does.
+inline QJsonValue valueOf(QByteArray json)
 {
-    return QJsonDocument::fromJson('[' + json + ']').array().at(0);
+    return QJsonDocument::fromJson('[' + json.replace(kByteOrderMark, "") + ']').array().at(0);
+}
+
+/// What Qt keeps of a value that is set in an array or object: of an integer, what a double tells.
+inline QJsonValue asKept(const QJsonValue &value)
+{
+    return value.isUndefined() ? value : QJsonArray{value}.at(0);
 }
 
 /// What Qt makes of a file that is read as text, carriage returns left out.
@@ -34,7 +43,7 @@ inline bool isReadBack(const QString &text)
 /// The same of a text within JSON, which Qt keeps with the mark that it then leaves out.
 inline bool isReadBack(const QByteArray &json)
 {
-    return json.lastIndexOf("\xef\xbb\xbf") <= 0;
+    return json.lastIndexOf(kByteOrderMark) <= 0;
 }
 
 /// Whether Qt writes a number as it is: integers only as far as a double tells them apart, and what
@@ -44,8 +53,8 @@ inline bool isExact(const QJsonValue &number)
     constexpr qint64 limit = qint64(1) << 53;
     const QVariant variant = number.toVariant();
     const bool isInteger = variant.userType() == QMetaType::LongLong;
-    return isInteger ? qAbs(variant.toLongLong() / 2) <= limit / 2
-                     : std::isfinite(number.toDouble());
+    const qint64 integer = variant.toLongLong();
+    return isInteger ? -limit <= integer && integer <= limit : std::isfinite(number.toDouble());
 }
 
 /// Whether a file can hold a value as it is. Qt writes half of a surrogate pair as "?", and does

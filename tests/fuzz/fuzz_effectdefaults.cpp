@@ -51,7 +51,7 @@ void write(Groups &groups, const Setting &setting, const QJsonValue &value, bool
     } else if (value.isUndefined()) {
         groups.erase(setting.group);
     } else {
-        groups[setting.group] = value;
+        groups[setting.group] = asKept(value);
     }
 }
 

@@ -23,7 +23,7 @@ void change(QJsonObject &object, Input &input)
     const QJsonValue value = valueOf(input.line());
     ConfigurationManager::setValWithXPath(object, path, value);
     if (path.count('.') < path.size())
-        require(ConfigurationManager::valWithXPath(object, path) == value,
+        require(ConfigurationManager::valWithXPath(object, path) == asKept(value),
                 "what was set at a path is read there");
 }
 

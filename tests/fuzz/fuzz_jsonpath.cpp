@@ -22,7 +22,7 @@ using Members = std::map<QStringList, QJsonValue>;
 void add(Members &members, const QStringList &keys, const QJsonValue &value)
 {
     if (!value.isObject()) {
-        members[keys] = value;
+        members[keys] = asKept(value);
         return;
     }
     members[keys] = QJsonObject();
