@@ -15,11 +15,10 @@ namespace corvane::fuzz {
 
 constexpr char kByteOrderMark[] = "\xef\xbb\xbf";
 
-/// A value out of its JSON text; Undefined when it is none. Marks are left out: Qt tells names
-/// apart by one that it does not show, as no model here does.
-inline QJsonValue valueOf(QByteArray json)
+/// A value out of its JSON text; Undefined when it is none.
+inline QJsonValue valueOf(const QByteArray &json)
 {
-    return QJsonDocument::fromJson('[' + json.replace(kByteOrderMark, "") + ']').array().at(0);
+    return QJsonDocument::fromJson('[' + json + ']').array().at(0);
 }
 
 /// What Qt keeps of a value that is set in an array or object: of an integer, what a double tells.

@@ -139,20 +139,26 @@ void checkArrayIndex(const QString &text)
     require(index == (fits ? int(number) : 0), "an index is the number of its digits");
 }
 
+/// Without marks: Qt tells names apart by one that it does not show, as the model cannot.
+QJsonValue valueIn(Input &input)
+{
+    return valueOf(input.line().replace(kByteOrderMark, ""));
+}
+
 void step(Input &input, QJsonObject &object, Members &members)
 {
     const QByteArray line = input.line();
     const QString text = textOf(line.mid(1));
     switch (line.isEmpty() ? '\0' : line[0]) {
     case 's': {
-        const QJsonValue value = valueOf(input.line());
+        const QJsonValue value = valueIn(input);
         ConfigurationManager::setValWithXPath(object, text, value);
         if (const QStringList keys = keysOf(text); !keys.isEmpty())
             set(members, keys, value);
         break;
     }
     case 'l': {
-        const QJsonValue value = valueOf(input.line());
+        const QJsonValue value = valueIn(input);
         const QStringList keys = text.split('/');
         const QJsonValue changed = ConfigurationManager::setValWithXPath(object, keys, value);
         require(changed == QJsonValue(object), "the changed object is returned");
