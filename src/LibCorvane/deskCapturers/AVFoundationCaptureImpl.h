@@ -72,7 +72,8 @@ LIBCORVANE_EXPORT QSize AVCaptureOutputSize(AVFoundationCaptureImpl *record);
 /// The latest frame, without waiting for one.
 /// \param record not null.
 /// \return an image in QImage::Format_RGBA8888, which shares its pixels with the record until one
-///         of the two changes; null before the first frame.
+///         of the two changes; null before the first frame. The call that wakes a record on Linux
+///         gives the frame of before its sleep, or null if the record has not kept it.
 LIBCORVANE_EXPORT QImage AVCaptureNextFrame(AVFoundationCaptureImpl *record);
 
 /// The displays that can be captured.
