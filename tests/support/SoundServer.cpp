@@ -1,5 +1,8 @@
 #include "SoundServer.h"
 
+#include "Interpose.h"
+
+#include <QAudioDeviceInfo>
 #include <QDir>
 #include <QFile>
 #include <QTest>
@@ -50,7 +53,27 @@ Function *pulseFunction(const char *name)
     return reinterpret_cast<Function *>(dlsym(dlopen("libpulse.so.0", RTLD_LAZY), name));
 }
 
-pa_threaded_mainloop *mainLoop = nullptr;
+pa_threaded_mainloop *mainLoop = nullptr; // of Qt's plug-in; it has one at a time
+
+/// Keeps the thread of Qt's plug-in out; nothing while there is none.
+class MainLoopLock {
+public:
+    MainLoopLock()
+    {
+        if (m_loop)
+            pulseFunction<void(pa_threaded_mainloop *)>("pa_threaded_mainloop_lock")(m_loop);
+    }
+    ~MainLoopLock()
+    {
+        if (m_loop)
+            pulseFunction<void(pa_threaded_mainloop *)>("pa_threaded_mainloop_unlock")(m_loop);
+    }
+    MainLoopLock(const MainLoopLock &) = delete;
+    MainLoopLock &operator=(const MainLoopLock &) = delete;
+
+private:
+    pa_threaded_mainloop *const m_loop = mainLoop;
+};
 
 } // namespace
 
@@ -148,8 +171,10 @@ QString SoundServer::path(const QString &name) const
 
 } // namespace corvane::test
 
-// Qt's PulseAudio back-end disconnects at exit without the lock of its own thread, upon which
-// libpulse aborts now and then. A test program's own functions come first and take the lock.
+// Qt's PulseAudio back-end does two things without the lock of its own thread: it disconnects at
+// exit, upon which libpulse aborts now and then, and it reads a device's preferred format, which
+// that thread may be replacing, and freeing, at that moment. A test program's own functions come
+// first and take the lock.
 
 extern "C" pa_threaded_mainloop *pa_threaded_mainloop_new()
 {
@@ -158,10 +183,25 @@ extern "C" pa_threaded_mainloop *pa_threaded_mainloop_new()
     return mainLoop;
 }
 
+extern "C" void pa_threaded_mainloop_free(pa_threaded_mainloop *loop)
+{
+    using namespace corvane::test;
+    mainLoop = nullptr;
+    pulseFunction<void(pa_threaded_mainloop *)>("pa_threaded_mainloop_free")(loop);
+}
+
 extern "C" void pa_context_disconnect(pa_context *context)
 {
     using namespace corvane::test;
-    pulseFunction<void(pa_threaded_mainloop *)>("pa_threaded_mainloop_lock")(mainLoop);
+    const MainLoopLock lock;
     pulseFunction<void(pa_context *)>("pa_context_disconnect")(context);
-    pulseFunction<void(pa_threaded_mainloop *)>("pa_threaded_mainloop_unlock")(mainLoop);
+}
+
+QAudioFormat QAudioDeviceInfo::preferredFormat() const
+{
+    using namespace corvane::test;
+    static const auto next = nextFunction<QAudioFormat(const QAudioDeviceInfo *)>(
+        "_ZNK16QAudioDeviceInfo15preferredFormatEv");
+    const MainLoopLock lock;
+    return next(this);
 }
