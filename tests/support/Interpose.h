@@ -17,6 +17,13 @@ Function *nextFunction(const char *symbol)
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, symbol));
 }
 
+/// The same of a library that only a plug-in has loaded.
+template <typename Function>
+Function *functionOf(const char *library, const char *symbol)
+{
+    return reinterpret_cast<Function *>(dlsym(dlopen(library, RTLD_LAZY), symbol));
+}
+
 namespace detail {
 template <typename Function>
 struct Arguments;

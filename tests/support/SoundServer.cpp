@@ -1,13 +1,10 @@
 #include "SoundServer.h"
 
-#include "Interpose.h"
-
 #include <QAudioDeviceInfo>
 #include <QDir>
 #include <QFile>
 #include <QTest>
 
-#include <dlfcn.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -44,13 +41,6 @@ bool isListenedAt(const QString &path)
         connect(client, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
     close(client);
     return isConnected;
-}
-
-/// A function of the library that Qt's plug-in has loaded.
-template <typename Function>
-Function *pulseFunction(const char *name)
-{
-    return reinterpret_cast<Function *>(dlsym(dlopen("libpulse.so.0", RTLD_LAZY), name));
 }
 
 pa_threaded_mainloop *mainLoop = nullptr; // of Qt's plug-in; it has one at a time

@@ -1,6 +1,8 @@
 #ifndef CORVANE_TESTS_SOUNDSERVER_H
 #define CORVANE_TESTS_SOUNDSERVER_H
 
+#include "Interpose.h"
+
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -43,6 +45,13 @@ private:
     QTemporaryDir m_directory;
     Process m_process;
 };
+
+/// A function of the server's library for clients, which Qt's plug-in has loaded.
+template <typename Function>
+Function *pulseFunction(const char *name)
+{
+    return functionOf<Function>("libpulse.so.0", name);
+}
 
 } // namespace corvane::test
 

@@ -22,7 +22,7 @@ qint64 AudioReader::readData(char *, qint64)
 
 qint64 AudioReader::writeData(const char *data, qint64 len)
 {
-    if (!data || len < 1)
+    if (!data || len < 1 || m_isStopped)
         return 0;
     if (m_capture->isEmptyConnection())
         return len;

@@ -8,6 +8,7 @@
 #include <QAudioDeviceInfo>
 #include <QIODevice>
 
+#include <atomic>
 #include <functional>
 
 extern "C" {
@@ -59,7 +60,8 @@ public:
     /// \param data interleaved samples in the analyser's input format; not kept.
     /// \param len the number of bytes; it need not be a multiple of a frame.
     /// \return \p len: every byte is consumed, analysed or (when nothing is connected to the
-    ///         capturer's spectrumsChanged()) dropped; 0 when \p data is null or \p len below 1.
+    ///         capturer's spectrumsChanged()) dropped; 0 when \p data is null or \p len below 1, and
+    ///         from the moment when the capturer is told to stop.
     qint64 writeData(const char *data, qint64 len) override;
 
 Q_SIGNALS:
@@ -73,8 +75,11 @@ Q_SIGNALS:
     void channelPeakValuesChanged(QVector<QVector<QString>> peaks);
 
 private:
+    friend class QtAudioCapture;
+
     SpectrumAnalyzer m_analyzer;
     QtAudioCapture *m_capture;
+    std::atomic<bool> m_isStopped{false};
 };
 
 /// Records from one audio input device with Qt Multimedia, in the device's preferred format.
