@@ -84,7 +84,7 @@ void QtAudioCapture::stop()
 {
     if (!m_audioInput)
         return;
-    // Qt's PulseAudio back-end writes as long as there is something: on a busy machine, without end.
+    // Qt's PulseAudio back-end writes until nothing is left: on a busy machine, without end.
     m_reader->m_isStopped = true;
     runOnWorker([this] { m_audioInput->stop(); });
     m_audioInput->deleteLater();

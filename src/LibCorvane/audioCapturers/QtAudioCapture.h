@@ -60,8 +60,8 @@ public:
     /// \param data interleaved samples in the analyser's input format; not kept.
     /// \param len the number of bytes; it need not be a multiple of a frame.
     /// \return \p len: every byte is consumed, analysed or (when nothing is connected to the
-    ///         capturer's spectrumsChanged()) dropped; 0 when \p data is null or \p len below 1, and
-    ///         from the moment when the capturer is told to stop.
+    ///         capturer's spectrumsChanged()) dropped; 0 when \p data is null or \p len below 1,
+    ///         and from the moment when the capturer is told to stop.
     qint64 writeData(const char *data, qint64 len) override;
 
 Q_SIGNALS:
